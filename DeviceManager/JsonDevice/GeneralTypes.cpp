@@ -1,0 +1,66 @@
+#include "DeviceManager/JsonDevice/GeneralTypes.h"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "DeviceManager/JsonDevice/Marshallers.h"
+
+namespace JsonDevice {
+
+namespace {
+
+template <class T, template <class> class Marshaller>
+void registerVector(MarshalJson& registry, const std::string& typeName) {
+    registry.registerType<std::vector<T>, JTypeVector<T>>(typeName, std::make_shared<Marshaller<T>>());
+}
+
+}  // namespace
+
+void registerGeneralTypes(MarshalJson& registry) {
+    registry.registerType<char, JTypeInteger<char>>("char");
+    registry.registerType<wchar_t, JTypeInteger<wchar_t>>("wchar_t");
+    registry.registerType<short, JTypeInteger<short>>("short");
+    registry.registerType<int, JTypeInteger<int>>("int");
+    registry.registerType<long, JTypeInteger<long>>("long");
+    registry.registerType<long long, JTypeInteger<long long>>("long long");
+    registry.registerType<unsigned char, JTypeUnsignedInteger<unsigned char>>("unsigned char");
+    registry.registerType<unsigned short, JTypeUnsignedInteger<unsigned short>>("unsigned short");
+    registry.registerType<unsigned int, JTypeUnsignedInteger<unsigned int>>("unsigned int");
+    registry.registerType<unsigned long long, JTypeUnsignedInteger<unsigned long long>>("unsigned long long");
+    registry.registerType<float, JTypeReal<float>>("float");
+    registry.registerType<double, JTypeReal<double>>("double");
+    registry.registerType<bool, JTypeBool<bool>>("bool");
+    registry.registerType<std::string, JTypeString<std::string>>("std::string");
+    registry.registerType<std::wstring, JTypeWString<std::wstring>>("std::wstring");
+
+    registerVector<char, JTypeInteger>(registry, "std::vector<char>");
+    registerVector<short, JTypeInteger>(registry, "std::vector<short>");
+    registerVector<int, JTypeInteger>(registry, "std::vector<int>");
+    registerVector<long, JTypeInteger>(registry, "std::vector<long>");
+    registerVector<long long, JTypeInteger>(registry, "std::vector<long long>");
+    registerVector<unsigned char, JTypeUnsignedInteger>(registry, "std::vector<unsigned char>");
+    registerVector<unsigned short, JTypeUnsignedInteger>(registry, "std::vector<unsigned short>");
+    registerVector<unsigned int, JTypeUnsignedInteger>(registry, "std::vector<unsigned int>");
+    registerVector<double, JTypeReal>(registry, "std::vector<double>");
+    registerVector<float, JTypeReal>(registry, "std::vector<float>");
+    registerVector<unsigned long long, JTypeUnsignedInteger>(registry, "std::vector<unsigned long long>");
+    registerVector<std::string, JTypeString>(registry, "std::vector<std::string>");
+    registerVector<std::wstring, JTypeWString>(registry, "std::vector<std::wstring>");
+    // Second names.
+    registry.registerType<unsigned int, JTypeUnsignedInteger<unsigned int>>("uint");
+    registry.registerType<int, JTypeInteger<int>>("signed int");
+
+    using Item = std::pair<int, std::wstring>;
+    for (const char* const name : {"TestPatternItem", "WarpItem", "BlendItem"}) {
+        registry.registerType<Item, JTypePairIntString<Item>>(name);
+    }
+    for (const char* const name :
+         {"std::vector<TestPatternItem>", "std::vector<WarpItem>", "std::vector<BlendItem>"}) {
+        registerVector<Item, JTypePairIntString>(registry, name);
+    }
+
+    registry.registerType<Json::Value, JTypeJsonValue<Json::Value>>("Json::Value");
+}
+
+}  // namespace JsonDevice

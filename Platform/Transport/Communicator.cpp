@@ -1,0 +1,4 @@
+#include "Platform/Transport/Communicator.h"
+
+Communicator::Communicator() = default;
+Communicator::~Communicator() = default;

@@ -1,0 +1,19 @@
+#include "Platform/Transport/Connector.h"
+
+#include "Platform/Transport/Communicator.h"
+#include "Platform/Transport/DeviceExceptions.h"
+
+Connector::Connector(Communicator* given) : communicator(given) {
+    if (communicator == nullptr) {
+        throw DeviceNotConnectedException("Platform/Transport/Connector", __LINE__,
+                                          L"There is no connection to a device: no communicator was given");
+    }
+    communicator->exchangeLock.lock();
+}
+
+Connector::~Connector() {
+    if (abandoned) {
+        communicator->abandonExchange();
+    }
+    communicator->exchangeLock.unlock();
+}

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "Common/Export.h"
+
+class Communicator;
+
+/// Holds a communicator for the length of one exchange (a request and its
+/// reply, a message sent, a message read), so that the exchanges of adapters
+/// that share it never interleave. Exchanges of one thread may nest.
+///
+/// Unless succeeded() was called, the destructor tells the communicator that
+/// the exchange was abandoned (Communicator::abandonExchange).
+class JSONDEVICE_EXPORT Connector {
+public:
+    /// Throws DeviceNotConnectedException when there is no communicator.
+    explicit Connector(Communicator* communicator);
+    Connector(const Connector&) = delete;
+    Connector& operator=(const Connector&) = delete;
+    ~Connector();
+
+    /// Nothing of this exchange is still to come.
+    void succeeded() noexcept { abandoned = false; }
+
+private:
+    Communicator* communicator;
+    bool abandoned = true;
+};
