@@ -1,0 +1,258 @@
+#include "DeviceManager/JsonDevice/JsonConnection.h"
+
+#include <utility>
+
+#include <log4cxx/logger.h>
+
+#include "Common/WideText.h"
+#include "DeviceManager/JsonDevice/Diagnostics.h"
+#include "DeviceManager/JsonDevice/JsonExceptions.h"
+#include "DeviceManager/JsonDevice/JsonText.h"
+#include "DeviceManager/JsonDevice/MarshalTypes.h"
+#include "Platform/Transport/Communicator.h"
+#include "Platform/Transport/Connector.h"
+
+namespace JsonDevice {
+
+namespace {
+
+constexpr const char* file = "DeviceManager/JsonDevice/JsonConnection";
+/// How many requests back a reply may belong to and still be skipped as late.
+constexpr long long lateReplies = 16;
+constexpr int messageReadMs = 10000;
+
+const log4cxx::LoggerPtr logger = log4cxx::Logger::getLogger("DeviceManager.JsonDevice.JsonConnection");
+
+/// The request without its line end. The members stand in ascending order of their keys.
+void appendRequest(std::string& text, std::string_view method, const Json::Value& id,
+                   const Json::Value& params) {
+    text += R"({"id":)";
+    JsonText::append(text, id);
+    text += R"(,"jsonrpc":"2.0","method":)";
+    JsonText::appendString(text, method);
+    text += R"(,"params":)";
+    JsonText::append(text, params);
+    text += '}';
+}
+
+}  // namespace
+
+JsonConnection::JsonConnection(Communicator* c) : marshal(MarshalJson::instance()) {
+    setCommunicator(c, true);
+}
+
+JsonConnection::~JsonConnection() = default;
+
+Communicator* JsonConnection::setCommunicator(Communicator* newCommunicator, bool resetId) {
+    Communicator* const previous = communicator;
+    if (resetId) {
+        nextId = 0;
+    }
+    communicator = newCommunicator;
+    reader.follow(communicator);
+    if (communicator != nullptr) {
+        logContext = "[" + toUtf8(communicator->getDisplayName()) + "]";
+    }
+    return previous;
+}
+
+std::string JsonConnection::buildRequestString(const std::string& method, const Json::Value& id,
+                                               const Json::Value& params) {
+    std::string text;
+    appendRequest(text, method, id, params);
+    text += '\n';
+    return text;
+}
+
+std::string JsonConnection::buildRequestString(const Json::Value& id, Json::Value& request) {
+    request["id"] = id;
+    return JsonText::write(request);
+}
+
+std::string JsonConnection::buildRequestString(const Json::Value& request) {
+    return JsonText::write(request);
+}
+
+bool JsonConnection::validKeysInRequest(const Json::Value& request) {
+    constexpr std::pair<const char*, int> keys[] = {{"method", 307}, {"params", 312}, {"jsonrpc", 317}};
+    for (const auto& [key, line] : keys) {
+        if (!request.isObject() || !request.isMember(key)) {
+            throw KorvanParseException(file, line, toWide(logContext + "JSON response missing tag: " + key));
+        }
+    }
+    return true;
+}
+
+void JsonConnection::sendMsg(Json::Value& msg) {
+    const std::lock_guard guard(lock);
+    Connector connector(communicator);
+    msg["id"] = static_cast<Json::Int64>(++nextId);
+    const std::string text = JsonText::write(msg);
+    LOG4CXX_INFO(logger, logContext << "sendMsg--->" << text);
+    write(text);
+    connector.succeeded();
+}
+
+Json::Value JsonConnection::readMsg(int timeoutMs) {
+    Json::Value message;
+    read(timeoutMs, message);
+    return message;
+}
+
+void JsonConnection::read(int timeoutMs, Json::Value& message) {
+    std::string line;
+    {
+        Connector connector(communicator);
+        line = readResponse(timeoutMs);
+        // The record is complete, whatever is in it.
+        connector.succeeded();
+    }
+    if (!line.empty()) {
+        LOG4CXX_INFO(logger, logContext << "<---Response was:" << line);
+        check(line, kDoesNotRequireId, logContext, message);
+    }
+}
+
+Json::Value JsonConnection::checkResponse(const std::string& text, bool requireId,
+                                          const std::string& logContext) {
+    Json::Value reply;
+    check(text, requireId, logContext, reply);
+    return reply;
+}
+
+void JsonConnection::check(const std::string& text, bool requireId, const std::string& logContext,
+                           Json::Value& reply) {
+    const auto report = [&](const char* what) {
+        printDiagnostic(logContext + "JsonConnection::checkResponse() " + what + text);
+    };
+    const auto message = [&](const char* what) { return toWide(logContext + what + text); };
+    if (text.empty() || !JsonText::read(text, reply)) {
+        report("Failed to parse JSON response ");
+        constexpr const char* what = " Failed to parse JSON response: ";
+        if (text.empty()) {
+            throw NoReplyException(file, 90, message(what));
+        }
+        throw BrokenProtocolException(file, 90, message(what));
+    }
+    if (!reply.isObject() || (requireId && !reply.isMember("id"))) {
+        report("JSON response missing id tag ");
+        throw BrokenProtocolException(file, 95, message(" JSON response missing id tag: "));
+    }
+    if (reply.isMember("error")) {
+        report("Error response ");
+        throw ErrorReplyException(file, 102, message(" Json response contained Error tag: "), reply["error"]);
+    }
+}
+
+Json::Value JsonConnection::callCommunicator(const std::string& method, const Json::Value& params,
+                                             std::chrono::milliseconds timeout) {
+    return sendAndReplyInternal(method, params, static_cast<int>(timeout.count()));
+}
+
+Json::Value JsonConnection::callCommunicator(const Json::Value& request) {
+    return sendAndReplyInternal(request, messageReadMs);
+}
+
+Json::Value JsonConnection::sendAndReplyInternal(const std::string& method, const Json::Value& params,
+                                                 int timeoutMs) {
+    const std::lock_guard guard(lock);
+    Connector connector(communicator);
+    requestText.clear();
+    appendRequest(requestText, method, static_cast<Json::Int64>(++nextId), params);
+    requestText += '\n';
+    LOG4CXX_TRACE(logger, logContext << "sendAndReplyInternal--->" << requestText);
+    write(requestText);
+    const auto deadline = getClock().now() + std::chrono::milliseconds(timeoutMs);
+    for (bool late = false;; late = true) {
+        // A device that keeps sending late replies must not keep the caller for ever.
+        const bool outOfTime = late && timeoutMs != 0 && getClock().now() >= deadline;
+        const std::string line = outOfTime ? std::string() : readResponse(timeoutMs);
+        LOG4CXX_TRACE(logger, logContext << "<---Response was:" << line);
+        Json::Value reply;
+        try {
+            check(line, kRequiresId, logContext, reply);
+        } catch (const ErrorReplyException&) {
+            concludeIfAnswered(reply, connector);
+            throw;
+        }
+        switch (match(reply)) {
+            case Match::current:
+                connector.succeeded();
+                return reply;
+            case Match::late:
+                break;
+            case Match::other:
+                throw BrokenProtocolException(file, 211,
+                                              toWide(logContext + "JSON response id didn't match"));
+        }
+    }
+}
+
+Json::Value JsonConnection::sendAndReplyInternal(const Json::Value& request, int /*timeoutMs*/) {
+    const std::lock_guard guard(lock);
+    Connector connector(communicator);
+    Json::Value numbered = request;
+    numbered["id"] = static_cast<Json::Int64>(++nextId);
+    LOG4CXX_TRACE(logger, logContext << "sendAndReplyInternal--->" << numbered.toStyledString());
+    write(JsonText::write(numbered));
+    for (;;) {
+        Json::Value reply;
+        try {
+            read(messageReadMs, reply);
+        } catch (const ErrorReplyException&) {
+            concludeIfAnswered(reply, connector);
+            throw;
+        }
+        if (!reply.isMember("id")) {
+            return reply;
+        }
+        switch (match(reply)) {
+            case Match::current:
+                connector.succeeded();
+                return reply;
+            case Match::late:
+                break;
+            case Match::other:
+                throw BrokenProtocolException(file, 267,
+                                              toWide(logContext + "JSON response id didn't match"));
+        }
+    }
+}
+
+Json::Value JsonConnection::callInternal(const std::string& method, const Json::Value& params,
+                                         int timeoutMs) {
+    Json::Value reply = sendAndReplyInternal(method, params, timeoutMs);
+    Json::Value result;
+    result.swap(reply["result"]);
+    return result;
+}
+
+std::string JsonConnection::readResponse(int timeoutMs) {
+    return reader.read(*communicator, timeoutMs, logContext);
+}
+
+void JsonConnection::write(const std::string& text) {
+    // The terminating NUL of the text ends the record.
+    communicator->write(text.c_str(), text.size() + 1, 1, 1);
+}
+
+void JsonConnection::concludeIfAnswered(const Json::Value& reply, Connector& connector) const {
+    if (match(reply) == Match::current) {
+        connector.succeeded();
+    }
+}
+
+JsonConnection::Match JsonConnection::match(const Json::Value& reply) const {
+    long long id = 0;
+    try {
+        id = reply["id"].asInt64();
+    } catch (const Json::Exception&) {
+        return Match::other;
+    }
+    if (id == nextId) {
+        return Match::current;
+    }
+    return id < nextId && id >= nextId - lateReplies ? Match::late : Match::other;
+}
+
+}  // namespace JsonDevice
