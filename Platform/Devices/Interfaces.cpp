@@ -1,6 +1,18 @@
 // The destructors of the interface classes, so that each has its type information in this one library.
+#include "Platform/Devices/BlackLevelInterface.h"
+#include "Platform/Devices/BlendingInterface.h"
+#include "Platform/Devices/IGInterface.h"
+#include "Platform/Devices/MaskingInterface.h"
+#include "Platform/Devices/ModelInterface.h"
 #include "Platform/Devices/RemoteInterface.h"
 #include "Platform/Devices/StatusInterface.h"
+#include "Platform/Devices/WarpInterface.h"
 
+BlackLevelInterface::~BlackLevelInterface() = default;
+BlendingInterface::~BlendingInterface() = default;
+IGInterface::~IGInterface() = default;
+MaskingInterface::~MaskingInterface() = default;
+ModelInterface::~ModelInterface() = default;
 RemoteInterface::~RemoteInterface() = default;
 StatusInterface::~StatusInterface() = default;
+WarpInterface::~WarpInterface() = default;
