@@ -8,6 +8,9 @@ function(jsondevice_common_settings target)
   target_compile_features(${target} PUBLIC cxx_std_20)
   # Unique symbols would keep the library in memory after it was unloaded.
   target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
+  # What is defined in single precision is computed so: no product is fused with a
+  # sum, whichever instruction set a part is compiled for.
+  target_compile_options(${target} PRIVATE -ffp-contract=off)
   if(JSONDEVICE_SANITIZE)
     target_compile_options(${target} PUBLIC $<BUILD_INTERFACE:-fsanitize=${JSONDEVICE_SANITIZE}>
                            PRIVATE -fno-omit-frame-pointer -fno-sanitize-recover=all)

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "Common/Export.h"
+
+/// zlib over whole buffers: one call, an output buffer of the caller's, and never
+/// a byte beyond it. Stateless; any number of threads may call on different
+/// buffers. Nothing throws. `outLength` is written only on success.
+class JSONDEVICE_EXPORT ZLibCompress {
+public:
+    enum ZLibError : int {
+        NoError = 0,
+        /// zlib refused to initialise the stream.
+        InitFailed = 1,
+        /// Inflating only: the data is larger than the output buffer.
+        BufferTooSmall = 2,
+        /// Anything else, deflated data that does not fit included.
+        ZLibFailed = 3,
+    };
+
+    /// Deflates at zlib's default level, as a zlib stream. Logs nothing.
+    static ZLibError zLibDeflate(unsigned char* in, unsigned long inLength, unsigned char* out,
+                                 unsigned long outCapacity, unsigned long& outLength);
+    /// Inflates one zlib stream; what follows it in `in` is ignored. Logs why it failed.
+    static ZLibError zLibInflate(unsigned char* in, unsigned long inLength, unsigned char* out,
+                                 unsigned long outCapacity, unsigned long& outLength);
+};
