@@ -188,13 +188,20 @@ void append(std::string& text, const Json::Value& value) {
         }
         case Json::arrayValue: {
             text += '[';
-            bool first = true;
-            for (const Json::Value& element : value) {
-                if (!first) {
+            // Elements that were never set have a place and no entry.
+            Json::ArrayIndex next = 0;
+            const auto separate = [&] {
+                if (next++ > 0) {
                     text += ',';
                 }
-                first = false;
-                append(text, element);
+            };
+            for (auto element = value.begin(); element != value.end(); ++element) {
+                while (next < element.index()) {
+                    separate();
+                    text += "null";
+                }
+                separate();
+                append(text, *element);
             }
             text += ']';
             break;
