@@ -1,0 +1,223 @@
+#include "DeviceManager/JsonDevice/JsonInterpreter.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+#include <log4cxx/logger.h>
+
+#include "Common/Exceptions.h"
+#include "Common/WideText.h"
+#include "DeviceManager/JsonDevice/Clock.h"
+#include "DeviceManager/JsonDevice/Diagnostics.h"
+#include "DeviceManager/JsonDevice/JsonConnection.h"
+#include "DeviceManager/JsonDevice/JsonParser.h"
+#include "Platform/Transport/DeviceExceptions.h"
+
+namespace JsonDevice {
+
+namespace {
+
+constexpr unsigned int defaultReplyMs = 10000;
+constexpr int pollMs = 50;
+
+const log4cxx::LoggerPtr logger = log4cxx::Logger::getLogger("DeviceManager.JsonDevice.JsonInterpreter");
+
+/// 'method(code)', as all lines of sendMsg name a message.
+std::string quoted(const DeviceMessage& msg) {
+    return "'" + msg.getMethod() + "(" + msg.getCode() + ")'";
+}
+
+bool contains(const std::string& text, const char* part) {
+    return text.find(part) != std::string::npos;
+}
+
+}  // namespace
+
+JsonInterpreter::JsonInterpreter(Communicator* communicator)
+    : connection(std::make_unique<JsonConnection>(communicator)),
+      parser(std::make_unique<JsonParser>()),
+      clock(&Clock::steady()) {}
+
+JsonInterpreter::~JsonInterpreter() = default;
+
+Json::Value JsonInterpreter::getValue(const std::string& code) {
+    return sendMsg("get", code).getParams();
+}
+
+Json::Value JsonInterpreter::setValue(const std::string& code, Json::Value value) {
+    return sendMsg("set", code, std::move(value)).getParams();
+}
+
+Json::Value JsonInterpreter::getAttributes(const std::string& code) {
+    return sendMsg("getAttributes", code).getParams();
+}
+
+Json::Value JsonInterpreter::getProperties(const std::string& code) {
+    return sendMsg("getProperties", code).getParams();
+}
+
+DeviceMessage JsonInterpreter::sendMethodMsg(const std::string& method, Json::Value params) {
+    return sendMsg(method, "", std::move(params));
+}
+
+DeviceMessage JsonInterpreter::sendMethodMsg(const std::string& method) {
+    return sendMsg(method, "");
+}
+
+DeviceMessage JsonInterpreter::sendMethodMsgWithTimeout(const std::string& method, Json::Value params,
+                                                        unsigned int timeoutMs) {
+    // Held for the whole call, so that the time-out is this call's alone.
+    const std::lock_guard guard(sendLock);
+    struct Reset {
+        JsonInterpreter& interpreter;
+        ~Reset() { interpreter.setReplyTimeout(0); }
+    } const reset{*this};
+    setReplyTimeout(timeoutMs);
+    return sendMethodMsg(method, std::move(params));
+}
+
+DeviceMessage JsonInterpreter::sendMsg(const std::string& method, const std::string& code,
+                                       Json::Value value) {
+    DeviceMessage msg(code, value);
+    msg.setMethod(method);
+    return sendMsg(msg);
+}
+
+DeviceMessage JsonInterpreter::sendMsg(const std::string& method, const std::string& code) {
+    DeviceMessage msg(code);
+    msg.setMethod(method);
+    return sendMsg(msg);
+}
+
+DeviceMessage JsonInterpreter::sendMsg(const std::string& code) {
+    return sendMsg(DeviceMessage(code));
+}
+
+DeviceMessage JsonInterpreter::sendMsg(const DeviceMessage& msg) {
+    const std::lock_guard guard(sendLock);
+    const std::string opening = "JsonInterpreter::sendMsg() ";
+    LOG4CXX_TRACE(logger, connection->getLogContext() << opening << "--> " << quoted(msg));
+    try {
+        return sendAndGetReply(msg, defaultReplyMs);
+    } catch (const KorvanTimedOutException&) {
+        LOG4CXX_WARN(logger, connection->getLogContext() << opening << "Timedout Exception " << quoted(msg));
+    } catch (const DeviceTimedOutException&) {
+        const std::string text = opening + "Device Timedout Exception " + quoted(msg);
+        LOG4CXX_WARN(logger, connection->getLogContext() << text);
+        printDiagnostic(text);
+    } catch (const KorvanParseException& e) {
+        const std::string text = opening + "Parse Exception " + quoted(msg) + " - ";
+        const std::string what = toUtf8(e.getMessage());
+        LOG4CXX_ERROR(logger, connection->getLogContext() << text << what);
+        printDiagnostic(text + "Response: " + what);
+    } catch (const DeviceNotConnectedException&) {
+        const std::string text = opening + "Device Not Connected Exception " + quoted(msg);
+        LOG4CXX_INFO(logger, connection->getLogContext() << text);
+        printDiagnostic(text);
+    } catch (...) {
+        const std::string text = opening + "Other Exception " + quoted(msg);
+        LOG4CXX_ERROR(logger, connection->getLogContext() << text);
+        printDiagnostic(text);
+    }
+    return DeviceMessage("error");
+}
+
+void JsonInterpreter::sendBatchMessage(std::vector<DeviceMessage*>* batch) {
+    for (const DeviceMessage* const msg : *batch) {
+        sendMsg(*msg);
+    }
+}
+
+Communicator* JsonInterpreter::setCommunicator(Communicator* communicator, bool newConnection) {
+    const std::lock_guard guard(sendLock);
+    if (!newConnection) {
+        return connection->setCommunicator(communicator, false);
+    }
+    Communicator* const previous = connection->getCommunicator();
+    connection = std::make_unique<JsonConnection>(communicator);
+    connection->setClock(*clock);
+    return previous;
+}
+
+JsonInterpreter::iterator JsonInterpreter::addCallback(const std::string& key, Callback callback) {
+    const std::lock_guard guard(callbackLock);
+    return callbacks.emplace(key, std::move(callback));
+}
+
+void JsonInterpreter::removeCallback(const iterator& entry) {
+    const std::lock_guard guard(callbackLock);
+    for (std::vector<iterator>* const round : rounds) {
+        std::erase(*round, entry);
+    }
+    callbacks.erase(entry);
+}
+
+void JsonInterpreter::processMessages() {
+    const std::lock_guard guard(sendLock);
+    Json::Value value = connection->readMsg(pollMs);
+    if (!value.isNull()) {
+        emitMessage(JsonParser::convertToMessage(value));
+    }
+}
+
+void JsonInterpreter::setClock(const Clock& newClock) {
+    clock = &newClock;
+    connection->setClock(newClock);
+}
+
+DeviceMessage JsonInterpreter::sendAndGetReply(const DeviceMessage& msg, unsigned int timeoutMs) {
+    const std::lock_guard guard(sendLock);
+    Json::Value request = JsonParser::convertToJsonValue(msg);
+    connection->sendMsg(request);
+    const Json::Value sentId = request["id"];
+    const unsigned int wait = replyTimeout != 0 ? replyTimeout.load() : timeoutMs;
+    const auto deadline = clock->now() + std::chrono::milliseconds(wait);
+    for (;;) {
+        Json::Value value = connection->readMsg(static_cast<int>(wait));
+        if (!value.isNull()) {
+            DeviceMessage reply = JsonParser::convertToMessage(value);
+            if (value["id"] == sentId) {
+                return reply;
+            }
+            emitMessage(reply);
+        }
+        if (wait != 0 && clock->now() >= deadline) {
+            throw KorvanTimedOutException(
+                "DeviceManager/JsonDevice/JsonInterpreter", __LINE__,
+                toWide(connection->getLogContext() + "JsonConnection read line timed out"));
+        }
+    }
+}
+
+void JsonInterpreter::emitMessage(const DeviceMessage& msg) {
+    if (!emitMessages) {
+        return;
+    }
+    const std::string& method = msg.getMethod();
+    if (!contains(method, "notify") && !contains(method, "Notify")) {
+        return;
+    }
+    const std::string& key = method == "notify" ? msg.getCode() : method;
+    // Always in this order, since a callback may send.
+    const std::lock_guard sending(sendLock);
+    const std::lock_guard guard(callbackLock);
+    std::vector<iterator> round;
+    for (auto [entry, end] = callbacks.equal_range(key); entry != end; ++entry) {
+        round.push_back(entry);
+    }
+    std::reverse(round.begin(), round.end());
+    rounds.push_back(&round);
+    struct Leave {
+        JsonInterpreter& interpreter;
+        ~Leave() { interpreter.rounds.pop_back(); }
+    } const leave{*this};
+    while (!round.empty()) {
+        // A copy: the callback may remove itself.
+        const Callback callback = round.back()->second;
+        round.pop_back();
+        callback(msg);
+    }
+}
+
+}  // namespace JsonDevice
