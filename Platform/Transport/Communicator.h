@@ -42,12 +42,21 @@ public:
     /// leaves it as it is.
     virtual std::uint64_t connectionCount() const { return 0; }
 
+    /// An exchange starts: the outermost Connector of a thread took hold. A
+    /// communicator that can reconnect does so here or at the first read or
+    /// write after it, and at no other moment, so that a reply is never waited
+    /// for on another connection than the one its request went out on.
+    virtual void beginExchange() noexcept {}
+
     /// An exchange ended before its reply arrived. Bytes that come later could
     /// be taken for the answer to another request, so a communicator that can
-    /// reconnect should drop its connection here. Must not throw.
+    /// reconnect should drop its connection here.
     virtual void abandonExchange() noexcept {}
 
 private:
     friend class Connector;
     std::recursive_mutex exchangeLock;
+    // Both belong to whoever holds the lock.
+    int exchangeDepth = 0;
+    bool exchangeAbandoned = false;
 };

@@ -9,10 +9,17 @@ Connector::Connector(Communicator* given) : communicator(given) {
                                           L"There is no connection to a device: no communicator was given");
     }
     communicator->exchangeLock.lock();
+    if (communicator->exchangeDepth++ == 0) {
+        communicator->exchangeAbandoned = false;
+        communicator->beginExchange();
+    }
 }
 
 Connector::~Connector() {
     if (abandoned) {
+        communicator->exchangeAbandoned = true;
+    }
+    if (--communicator->exchangeDepth == 0 && communicator->exchangeAbandoned) {
         communicator->abandonExchange();
     }
     communicator->exchangeLock.unlock();

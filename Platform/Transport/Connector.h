@@ -6,10 +6,13 @@ class Communicator;
 
 /// Holds a communicator for the length of one exchange (a request and its
 /// reply, a message sent, a message read), so that the exchanges of adapters
-/// that share it never interleave. Exchanges of one thread may nest.
+/// that share it never interleave. Exchanges of one thread may nest; to the
+/// communicator they are one exchange, from the outermost Connector's
+/// construction (Communicator::beginExchange) to its destruction.
 ///
-/// Unless succeeded() was called, the destructor tells the communicator that
-/// the exchange was abandoned (Communicator::abandonExchange).
+/// Unless succeeded() was called on every Connector of the exchange, the end of
+/// the outermost one tells the communicator that the exchange was abandoned
+/// (Communicator::abandonExchange).
 class JSONDEVICE_EXPORT Connector {
 public:
     /// Throws DeviceNotConnectedException when there is no communicator.
