@@ -18,8 +18,11 @@ public:
     virtual ~Clock();
     virtual TimePoint now() const;
 
-    /// The machine's steady clock.
-    static const Clock& steady();
+    /// The clock that connections are made with: the machine's steady clock,
+    /// unless another one was set.
+    static const Clock& standard();
+    /// Null: the machine's again. Not owned; for what is constructed from now on.
+    static void setStandard(const Clock* clock);
 };
 
 }  // namespace JsonDevice

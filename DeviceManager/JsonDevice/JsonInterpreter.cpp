@@ -37,7 +37,7 @@ bool contains(const std::string& text, const char* part) {
 JsonInterpreter::JsonInterpreter(Communicator* communicator)
     : connection(std::make_unique<JsonConnection>(communicator)),
       parser(std::make_unique<JsonParser>()),
-      clock(&Clock::steady()) {}
+      clock(&Clock::standard()) {}
 
 JsonInterpreter::~JsonInterpreter() = default;
 

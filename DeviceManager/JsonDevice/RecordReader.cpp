@@ -25,7 +25,7 @@ const log4cxx::LoggerPtr logger = log4cxx::Logger::getLogger("DeviceManager.Json
 
 }  // namespace
 
-RecordReader::RecordReader() : readBuffer(bufferSize), clock(&Clock::steady()) {}
+RecordReader::RecordReader() : readBuffer(bufferSize), clock(&Clock::standard()) {}
 
 void RecordReader::follow(const Communicator* communicator) {
     connection = communicator == nullptr ? 0 : communicator->connectionCount();
