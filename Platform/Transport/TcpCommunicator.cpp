@@ -8,12 +8,12 @@
 #include <utility>
 #include <vector>
 
-#include <asio/buffer.hpp>
 #include <asio/io_context.hpp>
 #include <asio/ip/tcp.hpp>
 #include <fcntl.h>
 #include <netinet/tcp.h>
 #include <poll.h>
+#include <sys/socket.h>
 
 #include "Common/WideText.h"
 #include "Platform/Transport/DeviceExceptions.h"
@@ -75,6 +75,10 @@ std::wstring describe(const asio::error_code& error) {
         default:
             return L"system error " + std::to_wstring(error.value());
     }
+}
+
+asio::error_code systemError() {
+    return asio::error_code(errno, asio::error::get_system_category());
 }
 
 std::string toText(const tcp::endpoint& endpoint) {
@@ -149,7 +153,8 @@ private:
     asio::error_code connectTo(const tcp::endpoint& endpoint, Deadline deadline);
     bool wasClosedByDevice();
     short wait(short events, Deadline deadline);
-    std::size_t receive(char* buffer, std::size_t capacity, asio::error_code& error);
+    std::size_t receive(char* buffer, std::size_t capacity, int flags, asio::error_code& error);
+    std::size_t receiveWithin(char* buffer, std::size_t capacity, int timeoutMs, asio::error_code& error);
     void drain();
     std::size_t takePending(char* buffer, std::size_t capacity);
 
@@ -159,6 +164,7 @@ private:
     // These belong to the thread that holds the exchange.
     bool startsExchange = true;
     bool wroteLast = false;
+    int receiveLimitMs = 0;
     std::vector<char> pending;
     std::size_t pendingTaken = 0;
 
@@ -293,7 +299,9 @@ asio::error_code TcpCommunicator::Connection::connectTo(const tcp::endpoint& end
         socket.close(ignored);
         return result;
     }
-    socket.non_blocking(true, ignored);
+    // Asio leaves the socket non-blocking. Calls that must not wait say so themselves.
+    socket.native_non_blocking(false, ignored);
+    receiveLimitMs = 0;
     const int handle = socket.native_handle();
     setOption(handle, IPPROTO_TCP, TCP_NODELAY, 1);
     setOption(handle, SOL_SOCKET, SO_KEEPALIVE, 1);
@@ -315,8 +323,7 @@ bool TcpCommunicator::Connection::wasClosedByDevice() {
 }
 
 /// Waits for the events and returns those that came, 0 when the deadline passed
-/// first. One poll() costs less than half of what Asio needs for the same (a
-/// receive that finds nothing, epoll_wait, a second receive).
+/// first.
 short TcpCommunicator::Connection::wait(short events, Deadline deadline) {
     for (;;) {
         int timeout = -1;
@@ -333,16 +340,41 @@ short TcpCommunicator::Connection::wait(short events, Deadline deadline) {
             return 0;
         }
         if (count < 0 && errno != EINTR) {
-            fail(__LINE__, describe(asio::error_code(errno, asio::error::get_system_category())));
+            fail(__LINE__, describe(systemError()));
         }
     }
 }
 
-std::size_t TcpCommunicator::Connection::receive(char* buffer, std::size_t capacity,
+/// Without MSG_DONTWAIT it waits as long as the socket's receive time-out says.
+std::size_t TcpCommunicator::Connection::receive(char* buffer, std::size_t capacity, int flags,
                                                  asio::error_code& error) {
-    const std::size_t count = socket.receive(asio::buffer(buffer, capacity), 0, error);
-    bytesReceived.fetch_add(count, std::memory_order_relaxed);
-    return count;
+    const ssize_t count = ::recv(socket.native_handle(), buffer, capacity, flags);
+    if (count > 0) {
+        error.clear();
+        bytesReceived.fetch_add(static_cast<std::uint64_t>(count), std::memory_order_relaxed);
+        return static_cast<std::size_t>(count);
+    }
+    if (count == 0) {
+        error = asio::error::eof;
+    } else if (errno == EINTR) {
+        error = asio::error::would_block;
+    } else {
+        error = systemError();
+    }
+    return 0;
+}
+
+/// Waits for the bytes in the very call that receives them, which is the one
+/// system call that a bare blocking socket needs. The system counts the
+/// time-out in coarse steps, so would_block may come a little early.
+std::size_t TcpCommunicator::Connection::receiveWithin(char* buffer, std::size_t capacity, int timeoutMs,
+                                                       asio::error_code& error) {
+    if (receiveLimitMs != timeoutMs) {
+        const timeval limit{timeoutMs / 1000, timeoutMs % 1000 * 1000};
+        ::setsockopt(socket.native_handle(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+        receiveLimitMs = timeoutMs;
+    }
+    return receive(buffer, capacity, 0, error);
 }
 
 std::size_t TcpCommunicator::Connection::takePending(char* buffer, std::size_t capacity) {
@@ -360,7 +392,7 @@ void TcpCommunicator::Connection::drain() {
     const std::size_t before = pending.size();
     pending.resize(before + drainBlock);
     asio::error_code error;
-    const std::size_t count = receive(pending.data() + before, drainBlock, error);
+    const std::size_t count = receive(pending.data() + before, drainBlock, MSG_DONTWAIT, error);
     pending.resize(before + count);
     if (error && error != asio::error::would_block) {
         fail(__LINE__, error == asio::error::eof ? closedByDevice : describe(error));
@@ -376,7 +408,8 @@ int TcpCommunicator::Connection::read(char* buffer, int capacity, int minimum, i
     const auto wanted = static_cast<std::size_t>(std::clamp(minimum, 0, capacity));
     const bool mayConnect = std::exchange(startsExchange, false);
     // Straight after a request there is no reply yet; it would be a wasted call to look.
-    bool waitFirst = std::exchange(wroteLast, false) && wanted > 0 && !mayConnect;
+    bool expectsReply = std::exchange(wroteLast, false) && wanted > 0 && timeoutMs >= 0 && !mayConnect;
+    bool waits = false;
     bool mayReconnect = mayConnect && socket.is_open();
     if (!socket.is_open()) {
         mayConnect ? connect() : failAgain(__LINE__);
@@ -384,19 +417,22 @@ int TcpCommunicator::Connection::read(char* buffer, int capacity, int minimum, i
     const Deadline deadline = deadlineAfter(milliseconds(timeoutMs));
     std::size_t got = pending.empty() ? 0 : takePending(buffer, room);
     while (got < wanted || got == 0) {
-        if (waitFirst && wait(POLLIN, deadline) == 0) {
+        asio::error_code error;
+        if (std::exchange(expectsReply, false)) {
+            got += receiveWithin(buffer + got, room - got, timeoutMs, error);
+        } else if (!waits || wait(POLLIN, deadline) != 0) {
+            got += receive(buffer + got, room - got, MSG_DONTWAIT, error);
+        } else {
             pending.assign(buffer, buffer + got);
             throw DeviceTimedOutException(
                 source, __LINE__,
                 displayName + L": nothing came within " + inMilliseconds(milliseconds(timeoutMs)));
         }
-        asio::error_code error;
-        got += receive(buffer + got, room - got, error);
         if (error == asio::error::would_block) {
             if (wanted == 0) {
                 break;
             }
-            waitFirst = true;
+            waits = true;
         } else if (error && mayReconnect && got == 0) {
             // It had ended before this exchange began.
             dropLocked(error == asio::error::eof ? closedByDevice : describe(error));
@@ -404,7 +440,7 @@ int TcpCommunicator::Connection::read(char* buffer, int capacity, int minimum, i
         } else if (error) {
             fail(__LINE__, error == asio::error::eof ? closedByDevice : describe(error));
         } else {
-            waitFirst = false;
+            waits = false;
         }
         mayReconnect = false;
     }
@@ -431,19 +467,22 @@ void TcpCommunicator::Connection::write(const char* data, std::size_t length) {
     Deadline deadline;
     bool waiting = false;
     while (sent < length) {
-        asio::error_code error;
-        const std::size_t count = socket.send(asio::buffer(data + sent, length - sent), 0, error);
-        if (!error) {
-            sent += count;
+        const ssize_t count =
+            ::send(socket.native_handle(), data + sent, length - sent, MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (count >= 0) {
+            sent += static_cast<std::size_t>(count);
             waiting = false;
-            bytesSent.fetch_add(count, std::memory_order_relaxed);
+            bytesSent.fetch_add(static_cast<std::uint64_t>(count), std::memory_order_relaxed);
             if (observer) {
                 observer(sent, length);
             }
             continue;
         }
-        if (error != asio::error::would_block) {
-            fail(__LINE__, describe(error));
+        if (errno == EINTR) {
+            continue;
+        }
+        if (errno != EAGAIN) {
+            fail(__LINE__, describe(systemError()));
         }
         const milliseconds timeout = writeTimeout;
         if (!waiting) {
