@@ -2,12 +2,11 @@
 
 #include <utility>
 
-#include <log4cxx/logger.h>
-
 #include "Common/WideText.h"
 #include "DeviceManager/JsonDevice/Diagnostics.h"
 #include "DeviceManager/JsonDevice/JsonExceptions.h"
 #include "DeviceManager/JsonDevice/JsonText.h"
+#include "DeviceManager/JsonDevice/Logging.h"
 #include "DeviceManager/JsonDevice/MarshalTypes.h"
 #include "Platform/Transport/Communicator.h"
 #include "Platform/Transport/Connector.h"
@@ -88,7 +87,7 @@ void JsonConnection::sendMsg(Json::Value& msg) {
     Connector connector(communicator);
     msg["id"] = static_cast<Json::Int64>(++nextId);
     const std::string text = JsonText::write(msg);
-    LOG4CXX_INFO(logger, logContext << "sendMsg--->" << text);
+    JSONDEVICE_LOG(logger, Info, logContext + "sendMsg--->" + text);
     write(text);
     connector.succeeded();
 }
@@ -103,12 +102,17 @@ void JsonConnection::read(int timeoutMs, Json::Value& message) {
     std::string line;
     {
         Connector connector(communicator);
-        line = readResponse(timeoutMs);
-        // The record is complete, whatever is in it.
+        // A record that came to its end is no reason to give up the connection, whatever is in it.
+        try {
+            line = readResponse(timeoutMs);
+        } catch (const BrokenProtocolException&) {
+            connector.succeeded();
+            throw;
+        }
         connector.succeeded();
     }
     if (!line.empty()) {
-        LOG4CXX_INFO(logger, logContext << "<---Response was:" << line);
+        JSONDEVICE_LOG(logger, Info, logContext + "<---Response was:" + line);
         check(line, kDoesNotRequireId, logContext, message);
     }
 }
@@ -160,14 +164,14 @@ Json::Value JsonConnection::sendAndReplyInternal(const std::string& method, cons
     requestText.clear();
     appendRequest(requestText, method, static_cast<Json::Int64>(++nextId), params);
     requestText += '\n';
-    LOG4CXX_TRACE(logger, logContext << "sendAndReplyInternal--->" << requestText);
+    JSONDEVICE_LOG(logger, Trace, logContext + "sendAndReplyInternal--->" + requestText);
     write(requestText);
     const auto deadline = getClock().now() + std::chrono::milliseconds(timeoutMs);
     for (bool late = false;; late = true) {
         // A device that keeps sending late replies must not keep the caller for ever.
         const bool outOfTime = late && timeoutMs != 0 && getClock().now() >= deadline;
         const std::string line = outOfTime ? std::string() : readResponse(timeoutMs);
-        LOG4CXX_TRACE(logger, logContext << "<---Response was:" << line);
+        JSONDEVICE_LOG(logger, Trace, logContext + "<---Response was:" + line);
         Json::Value reply;
         try {
             check(line, kRequiresId, logContext, reply);
@@ -193,7 +197,7 @@ Json::Value JsonConnection::sendAndReplyInternal(const Json::Value& request, int
     Connector connector(communicator);
     Json::Value numbered = request;
     numbered["id"] = static_cast<Json::Int64>(++nextId);
-    LOG4CXX_TRACE(logger, logContext << "sendAndReplyInternal--->" << numbered.toStyledString());
+    JSONDEVICE_LOG(logger, Trace, logContext + "sendAndReplyInternal--->" + numbered.toStyledString());
     write(JsonText::write(numbered));
     for (;;) {
         Json::Value reply;

@@ -4,14 +4,13 @@
 #include <chrono>
 #include <utility>
 
-#include <log4cxx/logger.h>
-
 #include "Common/Exceptions.h"
 #include "Common/WideText.h"
 #include "DeviceManager/JsonDevice/Clock.h"
 #include "DeviceManager/JsonDevice/Diagnostics.h"
 #include "DeviceManager/JsonDevice/JsonConnection.h"
 #include "DeviceManager/JsonDevice/JsonParser.h"
+#include "DeviceManager/JsonDevice/Logging.h"
 #include "Platform/Transport/DeviceExceptions.h"
 
 namespace JsonDevice {
@@ -97,27 +96,28 @@ DeviceMessage JsonInterpreter::sendMsg(const std::string& code) {
 DeviceMessage JsonInterpreter::sendMsg(const DeviceMessage& msg) {
     const std::lock_guard guard(sendLock);
     const std::string opening = "JsonInterpreter::sendMsg() ";
-    LOG4CXX_TRACE(logger, connection->getLogContext() << opening << "--> " << quoted(msg));
+    JSONDEVICE_LOG(logger, Trace, connection->getLogContext() + opening + "--> " + quoted(msg));
     try {
         return sendAndGetReply(msg, defaultReplyMs);
     } catch (const KorvanTimedOutException&) {
-        LOG4CXX_WARN(logger, connection->getLogContext() << opening << "Timedout Exception " << quoted(msg));
+        JSONDEVICE_LOG(logger, Warn,
+                       connection->getLogContext() + opening + "Timedout Exception " + quoted(msg));
     } catch (const DeviceTimedOutException&) {
         const std::string text = opening + "Device Timedout Exception " + quoted(msg);
-        LOG4CXX_WARN(logger, connection->getLogContext() << text);
+        JSONDEVICE_LOG(logger, Warn, connection->getLogContext() + text);
         printDiagnostic(text);
     } catch (const KorvanParseException& e) {
         const std::string text = opening + "Parse Exception " + quoted(msg) + " - ";
         const std::string what = toUtf8(e.getMessage());
-        LOG4CXX_ERROR(logger, connection->getLogContext() << text << what);
+        JSONDEVICE_LOG(logger, Error, connection->getLogContext() + text + what);
         printDiagnostic(text + "Response: " + what);
     } catch (const DeviceNotConnectedException&) {
         const std::string text = opening + "Device Not Connected Exception " + quoted(msg);
-        LOG4CXX_INFO(logger, connection->getLogContext() << text);
+        JSONDEVICE_LOG(logger, Info, connection->getLogContext() + text);
         printDiagnostic(text);
     } catch (...) {
         const std::string text = opening + "Other Exception " + quoted(msg);
-        LOG4CXX_ERROR(logger, connection->getLogContext() << text);
+        JSONDEVICE_LOG(logger, Error, connection->getLogContext() + text);
         printDiagnostic(text);
     }
     return DeviceMessage("error");

@@ -4,11 +4,10 @@
 #include <cstring>
 #include <thread>
 
-#include <log4cxx/logger.h>
-
 #include "Common/WideText.h"
 #include "DeviceManager/JsonDevice/JsonExceptions.h"
 #include "DeviceManager/JsonDevice/JsonText.h"
+#include "DeviceManager/JsonDevice/Logging.h"
 #include "Platform/Transport/Communicator.h"
 #include "Platform/Transport/DeviceExceptions.h"
 
@@ -38,13 +37,13 @@ std::string RecordReader::read(Communicator& communicator, int timeoutMs, const 
         skipping = false;
     }
     std::string line;
-    if (!skipping) {
-        skipEmptyRecords();
-    }
     const auto deadline = clock->now() + std::chrono::milliseconds(timeoutMs);
     std::size_t skipped = 0;
     bool refused = false;
     for (;;) {
+        if (!skipping && line.empty()) {
+            skipEmptyRecords();
+        }
         const char* const begin = readBuffer.data() + readPos;
         const auto available = static_cast<std::size_t>(readLen - readPos);
         const void* const nul = available == 0 ? nullptr : std::memchr(begin, 0, available);
@@ -69,11 +68,10 @@ std::string RecordReader::read(Communicator& communicator, int timeoutMs, const 
             if (skipping) {
                 // The end of a record that an earlier call refused.
                 skipping = false;
-                skipEmptyRecords();
                 continue;
             }
-            LOG4CXX_TRACE(logger, logContext << "Buffer'" << readBuffer.data() << "'");
-            LOG4CXX_TRACE(logger, logContext << "'" << line << "'");
+            JSONDEVICE_LOG(logger, Trace, logContext + "Buffer'" + readBuffer.data() + "'");
+            JSONDEVICE_LOG(logger, Trace, logContext + "'" + line + "'");
             // Room for the parser to read in place.
             line.reserve(line.size() + JsonText::readPadding);
             return line;
@@ -128,7 +126,7 @@ void RecordReader::fill(Communicator& communicator, int timeoutMs, const std::st
     }
     readLen = count;
     readBuffer[static_cast<std::size_t>(count)] = 0;
-    LOG4CXX_TRACE(logger, logContext << "FullLine:" << readBuffer.data());
+    JSONDEVICE_LOG(logger, Trace, logContext + "FullLine:" + readBuffer.data());
 }
 
 void RecordReader::refuseTooLarge(std::size_t size, bool whole, const std::string& logContext) {

@@ -9,7 +9,7 @@
 
 #include "Common/Export.h"
 #include "Common/ZLibCompress.h"
-#include "Tests/Common/LogCapture.h"
+#include "Tests/Support/LogCapture.h"
 
 namespace {
 

@@ -9,14 +9,15 @@
 #include <log4cxx/logger.h>
 #include <log4cxx/spi/loggingevent.h>
 
-/// Collects what one logger writes, as "LEVEL text", while it lives.
+/// Collects what one logger writes at a level or above, as "LEVEL text", while it lives.
 class LogCapture {
 public:
-    explicit LogCapture(const std::string& loggerName)
+    explicit LogCapture(const std::string& loggerName,
+                        const log4cxx::LevelPtr& level = log4cxx::Level::getTrace())
         : logger(log4cxx::Logger::getLogger(loggerName)), appender(std::make_shared<Appender>()) {
         logger->addAppender(appender);
         logger->setAdditivity(false);
-        logger->setLevel(log4cxx::Level::getTrace());
+        logger->setLevel(level);
     }
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
