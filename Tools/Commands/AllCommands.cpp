@@ -1,0 +1,9 @@
+#include "Tools/Commands/AllCommands.h"
+
+namespace Tool {
+
+std::vector<Command> allCommands() {
+    return {listCommand(), describeCommand(), callCommand(), statusCommand(), remoteCommand()};
+}
+
+}  // namespace Tool

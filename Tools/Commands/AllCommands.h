@@ -1,0 +1,18 @@
+#pragma once
+
+#include <vector>
+
+#include "Tools/Command.h"
+
+namespace Tool {
+
+/// Every command of the tool, in the order of the help.
+std::vector<Command> allCommands();
+
+Command listCommand();
+Command describeCommand();
+Command callCommand();
+Command statusCommand();
+Command remoteCommand();
+
+}  // namespace Tool
