@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "DeviceManager/JsonDevice/GeometryMarshallers.h"
 #include "DeviceManager/JsonDevice/Marshallers.h"
 
 namespace JsonDevice {
@@ -50,6 +51,17 @@ void registerGeneralTypes(MarshalJson& registry) {
     // Second names.
     registry.registerType<unsigned int, JTypeUnsignedInteger<unsigned int>>("uint");
     registry.registerType<int, JTypeInteger<int>>("signed int");
+
+    registry.registerType<Point2I, JTypePoint2I>("Point2I");
+    registry.registerType<Point3D, JTypePoint3D>("Point3D");
+    registry.registerType<Point3F, JTypePoint3F>("Point3F");
+    registry.registerType<std::vector<Point2I>, JTypeVector<Point2I>>("std::vector<Point2I>",
+                                                                      std::make_shared<JTypePoint2I>());
+    registry.registerType<std::vector<Point3D>, JTypeVector<Point3D>>("std::vector<Point3D>",
+                                                                      std::make_shared<JTypePoint3D>());
+    registry.registerType<std::vector<Point3F>, JTypeVector<Point3F>>("std::vector<Point3F>",
+                                                                      std::make_shared<JTypePoint3F>());
+    registry.registerType<PointOfView, JTypePointOfView>("PointOfView");
 
     using Item = std::pair<int, std::wstring>;
     for (const char* const name : {"TestPatternItem", "WarpItem", "BlendItem"}) {

@@ -34,6 +34,13 @@ std::unique_ptr<T> readObject(const JType& marshaller, const Json::Value& value)
     return std::unique_ptr<T>(static_cast<T*>(marshaller.fromJson(value)));
 }
 
+/// Whether value is an object with a member of that key that can be read as the
+/// type. A null counts as missing, though jsoncpp reads it as 0 or "".
+inline bool hasMember(const Json::Value& value, const char* key, Json::ValueType type) {
+    return value.isObject() && value.isMember(key) && !value[key].isNull() &&
+           value[key].isConvertibleTo(type);
+}
+
 /// The frame of the marshallers of plain values: null on both sides, the test
 /// before the reading, the object. Kind says how to write, test and read one T.
 template <class T, class Kind>
@@ -243,11 +250,7 @@ public:
         if (value.isNull()) {
             return nullptr;
         }
-        // A null is convertible for jsoncpp; here a missing value is no item.
-        const auto holds = [&](const char* key, Json::ValueType type) {
-            return value.isMember(key) && !value[key].isNull() && value[key].isConvertibleTo(type);
-        };
-        if (!value.isObject() || !holds("first", Json::intValue) || !holds("second", Json::stringValue)) {
+        if (!hasMember(value, "first", Json::intValue) || !hasMember(value, "second", Json::stringValue)) {
             refuse(L"JSON value is not a std::pair<int, wstring>", 361);
         }
         return new T(value["first"].asInt(), toWide(value["second"].asString()));

@@ -1,7 +1,13 @@
 #pragma once
 
+#include "DeviceManager/JsonDevice/Vocabulary/BlackLevel.h"
+#include "DeviceManager/JsonDevice/Vocabulary/Blending.h"
+#include "DeviceManager/JsonDevice/Vocabulary/IG.h"
+#include "DeviceManager/JsonDevice/Vocabulary/Masking.h"
+#include "DeviceManager/JsonDevice/Vocabulary/Model.h"
 #include "DeviceManager/JsonDevice/Vocabulary/Remote.h"
 #include "DeviceManager/JsonDevice/Vocabulary/Status.h"
+#include "DeviceManager/JsonDevice/Vocabulary/Warp.h"
 
 namespace JsonDevice::Vocabulary {
 
@@ -10,6 +16,12 @@ template <class Visitor>
 constexpr void forEachMethod(Visitor&& visit) {
     Remote::forEachMethod(visit);
     Status::forEachMethod(visit);
+    Warp::forEachMethod(visit);
+    Blending::forEachMethod(visit);
+    BlackLevel::forEachMethod(visit);
+    Masking::forEachMethod(visit);
+    Model::forEachMethod(visit);
+    IG::forEachMethod(visit);
 }
 
 }  // namespace JsonDevice::Vocabulary

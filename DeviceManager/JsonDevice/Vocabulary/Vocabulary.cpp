@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
+#include "DeviceManager/JsonDevice/JsonIG.h"
 #include "DeviceManager/JsonDevice/JsonStatus.h"
+#include "DeviceManager/JsonDevice/JsonWarp.h"
 #include "DeviceManager/JsonDevice/Vocabulary/AllMethods.h"
 
 namespace JsonDevice::Vocabulary {
@@ -36,6 +38,8 @@ const Operation* find(std::string_view method) {
 
 void registerAllTypes() {
     JsonStatus::registerStatusInterfaceTypes();
+    JsonWarp::registerWarpTypes();
+    JsonIG::registerIGTypes();
 }
 
 }  // namespace JsonDevice::Vocabulary

@@ -5,6 +5,13 @@
 #include <utility>
 #include <vector>
 
+#include "Platform/Devices/Point.h"
+
+class BlackLevelProxy;
+class BlendProxy;
+class IGContentProxy;
+class MeshProxy;
+
 /// The types of what goes over the wire. A wire type is a tag: it names the
 /// marshaller in the registry and the native type that goes with it. Native
 /// types alone would not do: an unsigned value may travel as "int", one native
@@ -86,6 +93,35 @@ struct Items : Value<std::vector<std::pair<int, std::wstring>>> {
 /// (known, (sensor names, temperatures)); registered by JsonStatus.
 struct Temperatures : Value<std::pair<bool, std::pair<std::vector<std::wstring>, std::vector<int>>>> {
     static constexpr const char* name = "PairBoolPairVectorStringVectorInt";
+    static constexpr Form form = Form::json;
+};
+
+/// Three coordinates, or three angles.
+struct Position : Value<Point3D> {
+    static constexpr const char* name = "Point3D";
+    static constexpr Form form = Form::json;
+};
+
+/// A mesh goes as its text, and the registry does not read it back: who
+/// receives one reads the text.
+struct Mesh : Object<MeshProxy> {
+    static constexpr const char* name = "MeshProxy";
+    static constexpr Form form = Form::text;
+    using Received = std::wstring;
+};
+
+struct Blend : Object<BlendProxy> {
+    static constexpr const char* name = "BlendProxy";
+    static constexpr Form form = Form::json;
+};
+
+struct BlackLevelMap : Object<BlackLevelProxy> {
+    static constexpr const char* name = "BlackLevelProxy";
+    static constexpr Form form = Form::json;
+};
+
+struct IGContent : Object<IGContentProxy> {
+    static constexpr const char* name = "IGContentProxy";
     static constexpr Form form = Form::json;
 };
 

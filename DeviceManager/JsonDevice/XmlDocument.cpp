@@ -1,0 +1,127 @@
+#include "DeviceManager/JsonDevice/XmlDocument.h"
+
+#include <new>
+
+#include <xercesc/dom/DOM.hpp>
+#include <xercesc/framework/MemBufInputSource.hpp>
+#include <xercesc/framework/Wrapper4InputSource.hpp>
+#include <xercesc/sax/SAXException.hpp>
+#include <xercesc/util/OutOfMemoryException.hpp>
+#include <xercesc/util/PlatformUtils.hpp>
+#include <xercesc/util/SecurityManager.hpp>
+#include <xercesc/util/XMLUni.hpp>
+
+#include "Common/Exceptions.h"
+
+using namespace XERCES_CPP_NAMESPACE;
+
+namespace JsonDevice {
+
+namespace {
+
+[[noreturn]] void refuse(int line, const wchar_t* message) {
+    throw KorvanParseException("DeviceManager/JsonDevice/XmlDocument", line, message);
+}
+
+/// Once in the process, and never undone: xerces counts its users, but at the
+/// process's end nobody can tell whether the host still has documents.
+void initialiseXerces() {
+    [[maybe_unused]] static const bool done = (XMLPlatformUtils::Initialize(), true);
+}
+
+/// Ends the parsing where elements stand too deep.
+class DepthLimit : public DOMLSParserFilter {
+public:
+    FilterAction startElement(DOMElement* element) override {
+        std::size_t depth = 0;
+        for (const DOMNode* node = element; node != nullptr; node = node->getParentNode()) {
+            if (++depth > XmlDocument::largestDepth + 1) {  // the document itself is the last parent
+                return FILTER_INTERRUPT;
+            }
+        }
+        return FILTER_ACCEPT;
+    }
+    FilterAction acceptNode(DOMNode*) override { return FILTER_ACCEPT; }
+    DOMNodeFilter::ShowType getWhatToShow() const override { return DOMNodeFilter::SHOW_ELEMENT; }
+};
+
+/// Ends the parsing at the first error; without it xerces would go on.
+class StopAtErrors : public DOMErrorHandler {
+public:
+    bool handleError(const DOMError& error) override {
+        failed = failed || error.getSeverity() != DOMError::DOM_SEVERITY_WARNING;
+        return !failed;
+    }
+    bool failed = false;
+};
+
+struct Release {
+    template <class Object>
+    void operator()(Object* object) const {
+        object->release();
+    }
+};
+
+DOMDocument* parse(std::string_view utf8) {
+    initialiseXerces();
+    auto* const implementation =
+        static_cast<DOMImplementationLS*>(DOMImplementationRegistry::getDOMImplementation(u"LS"));
+    StopAtErrors errors;
+    DepthLimit depth;
+    SecurityManager security;
+    security.setEntityExpansionLimit(0);
+    MemBufInputSource buffer(reinterpret_cast<const XMLByte*>(utf8.data()), utf8.size(), "tmpSrc");
+    // Whatever encoding the text declares: it arrived as UTF-8.
+    buffer.setEncoding(XMLUni::fgUTF8EncodingString);
+    const Wrapper4InputSource input(&buffer, false);
+
+    const std::unique_ptr<DOMLSParser, Release> parser(
+        implementation->createLSParser(DOMImplementationLS::MODE_SYNCHRONOUS, nullptr));
+    DOMConfiguration& configuration = *parser->getDomConfig();
+    configuration.setParameter(XMLUni::fgDOMDatatypeNormalization, true);
+    configuration.setParameter(XMLUni::fgXercesUserAdoptsDOMDocument, true);
+    configuration.setParameter(XMLUni::fgDOMDisallowDoctype, true);
+    configuration.setParameter(XMLUni::fgXercesLoadExternalDTD, false);
+    configuration.setParameter(XMLUni::fgXercesLoadSchema, false);
+    configuration.setParameter(XMLUni::fgXercesDisableDefaultEntityResolution, true);
+    configuration.setParameter(XMLUni::fgXercesSecurityManager, &security);
+    configuration.setParameter(XMLUni::fgDOMErrorHandler, &errors);
+    parser->setFilter(&depth);
+
+    std::unique_ptr<DOMDocument, Release> document(parser->parse(&input));
+    if (errors.failed || document == nullptr || document->getDocumentElement() == nullptr ||
+        document->getDoctype() != nullptr) {
+        refuse(__LINE__, L"The text is not the XML that is expected");
+    }
+    return document.release();
+}
+
+}  // namespace
+
+XmlDocument::XmlDocument(std::string_view utf8) {
+    if (utf8.size() > largestSize) {
+        refuse(__LINE__, L"The XML text is too large");
+    }
+    // Looked for in the text itself: nothing of a declaration is worth being scanned.
+    if (utf8.find("<!DOCTYPE") != std::string_view::npos) {
+        refuse(__LINE__, L"The XML text has a document type declaration");
+    }
+    try {
+        document = parse(utf8);
+    } catch (const OutOfMemoryException&) {
+        throw std::bad_alloc();
+    } catch (const XMLException&) {
+        refuse(__LINE__, L"The text is not XML");
+    } catch (const SAXException&) {
+        refuse(__LINE__, L"The text is not XML");
+    } catch (const DOMException&) {
+        refuse(__LINE__, L"The text is not XML");
+    }
+    root = document->getDocumentElement();
+}
+
+XmlDocument::~XmlDocument() {
+    document->release();
+}
+
+}  // namespace JsonDevice
