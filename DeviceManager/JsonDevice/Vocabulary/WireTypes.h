@@ -28,7 +28,9 @@ struct Value {
     using Argument = const Type&;
     static const void* address(Argument argument) { return &argument; }
 
-    /// The other side of the wire: what a request's parameter is read as.
+    /// The other side of the wire: what a request's parameter is read as. A
+    /// type that is not read under its own name has that of another one as
+    /// receivedName.
     using Received = Type;
 };
 
@@ -39,7 +41,8 @@ struct Object {
     using Argument = Type*;
     static const void* address(Argument argument) { return argument; }
 
-    using Received = std::unique_ptr<Type>;
+    /// Null when the caller sent none.
+    using Received = std::shared_ptr<Type>;
 };
 
 /// No result.

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <chrono>
+#include <type_traits>
+#include <utility>
+
+#include "Common/Export.h"
+#include "Simulator/CodeTable.h"
+#include "Simulator/RequestDispatcher.h"
+
+namespace JsonDevice::Simulation {
+
+/// One feature of the simulated projector: its state, and the functions bound
+/// to the methods of its interface. How to add one says the folder's README.
+///
+/// All of it runs under the projector's lock.
+class JSONDEVICE_EXPORT Feature {
+public:
+    Feature(const Feature&) = delete;
+    Feature& operator=(const Feature&) = delete;
+    virtual ~Feature();
+
+    /// Time has passed; called before each request and about once a second.
+    virtual void advance(std::chrono::steady_clock::duration elapsed);
+
+protected:
+    Feature(RequestDispatcher& dispatcher, CodeTable& codeTable) : requests(dispatcher), codes(codeTable) {}
+
+    /// The method answers with the value.
+    template <class Type>
+    void serveGet(const Method<Type>& method, Property<Type>& property) {
+        property.methods.emplace_back(method.name);
+        requests.bind(method, [&property] { return property.get(); });
+    }
+    /// The method answers with the value as another type of the wire: a flag
+    /// that is sent as an integer, an integer that is sent without a sign.
+    template <class Result, class Type>
+    void serveGet(const Method<Result>& method, Property<Type>& property) {
+        property.methods.emplace_back(method.name);
+        requests.bind(method, [&property] { return static_cast<typename Result::Native>(property.get()); });
+    }
+    /// The method sets the value; one with a result answers true.
+    template <class Result, class Parameter, class Type>
+    void serveSet(const Method<Result, Parameter>& method, Property<Type>& property) {
+        static_assert(std::is_same_v<Result, Wire::Void> || std::is_same_v<Result, Wire::Bool>);
+        property.methods.emplace_back(method.name);
+        requests.bind(method, [&property](typename Parameter::Received value) {
+            if constexpr (std::is_same_v<typename Parameter::Received, typename Type::Native>) {
+                property.set(std::move(value));
+            } else {
+                property.set(static_cast<typename Type::Native>(value));
+            }
+            return typename Result::Native(true);
+        });
+    }
+
+    RequestDispatcher& requests;
+    CodeTable& codes;
+};
+
+}  // namespace JsonDevice::Simulation

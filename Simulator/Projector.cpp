@@ -1,0 +1,92 @@
+#include "Simulator/Projector.h"
+
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include "Simulator/CodeTable.h"
+#include "Simulator/MessageModel.h"
+#include "Simulator/PowerModel.h"
+#include "Simulator/RemoteModel.h"
+#include "Simulator/StatusModel.h"
+
+namespace JsonDevice::Simulation {
+
+struct Projector::Implementation {
+    explicit Implementation(Clock ownClock) : clock(std::move(ownClock)), last(clock()) {
+        add<RemoteModel>();
+        add<StatusModel>(power);
+    }
+
+    template <class Model, class... Arguments>
+    Model& add(Arguments&... others) {
+        auto model = std::make_unique<Model>(requests, codes, others...);
+        Model& added = *model;
+        features.push_back(std::move(model));
+        return added;
+    }
+
+    void advance() {
+        const auto now = clock();
+        if (now > last) {
+            const auto elapsed = now - std::exchange(last, now);
+            for (const auto& feature : features) {
+                feature->advance(elapsed);
+            }
+        }
+    }
+
+    std::mutex lock;
+    const Clock clock;
+    std::chrono::steady_clock::time_point last;
+    RequestDispatcher requests;
+    CodeTable codes;
+    MessageModel messages{requests, codes};
+    PowerModel power{requests, codes};
+    std::vector<std::unique_ptr<Feature>> features;
+};
+
+Projector::Projector(Clock clock) : implementation(std::make_unique<Implementation>(std::move(clock))) {}
+
+Projector::~Projector() = default;
+
+std::string Projector::handle(const std::string& record, Caller& caller) {
+    const std::lock_guard guard(implementation->lock);
+    implementation->advance();
+    const auto nobodyAsks = [this](Caller*) { implementation->messages.setAsking(nullptr); };
+    const std::unique_ptr<Caller, decltype(nobodyAsks)> asking(&caller, nobodyAsks);
+    implementation->messages.setAsking(&caller);
+    return implementation->requests.handle(record, caller);
+}
+
+std::string Projector::handle(const std::string& record) {
+    return handle(record, Caller::nobody());
+}
+
+void Projector::forget(Caller& caller) {
+    const std::lock_guard guard(implementation->lock);
+    implementation->messages.forget(caller);
+}
+
+void Projector::update() {
+    const std::lock_guard guard(implementation->lock);
+    implementation->advance();
+}
+
+Json::Value Projector::get(const std::string& code) {
+    const std::lock_guard guard(implementation->lock);
+    implementation->advance();
+    return implementation->codes.find(code).read();
+}
+
+void Projector::set(const std::string& code, const Json::Value& value) {
+    const std::lock_guard guard(implementation->lock);
+    implementation->advance();
+    implementation->codes.find(code).write(value);
+}
+
+bool Projector::handles(std::string_view method) const {
+    return implementation->requests.handles(method);
+}
+
+}  // namespace JsonDevice::Simulation
