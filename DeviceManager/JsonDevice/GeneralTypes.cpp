@@ -5,7 +5,10 @@
 #include <vector>
 
 #include "DeviceManager/JsonDevice/GeometryMarshallers.h"
+#include "DeviceManager/JsonDevice/ImageTypes.h"
 #include "DeviceManager/JsonDevice/Marshallers.h"
+#include "Platform/Devices/RasterGrayscaleImage.h"
+#include "Platform/Devices/RasterRGBImage.h"
 
 namespace JsonDevice {
 
@@ -71,6 +74,13 @@ void registerGeneralTypes(MarshalJson& registry) {
          {"std::vector<TestPatternItem>", "std::vector<WarpItem>", "std::vector<BlendItem>"}) {
         registerVector<Item, JTypePairIntString>(registry, name);
     }
+
+    // The pointers of the registry are to the image classes, which have no form of their own.
+    registry.registerType<GrayscaleImage>(
+        "GrayscaleImage", std::make_shared<JTypeGrayscaleImage>(),
+        []() -> void* { return static_cast<GrayscaleImage*>(new RasterGrayscaleImage()); });
+    registry.registerType<RGBImage>("RGBImage", std::make_shared<JTypeRGBImage>(),
+                                    []() -> void* { return static_cast<RGBImage*>(new RasterRGBImage()); });
 
     registry.registerType<Json::Value, JTypeJsonValue<Json::Value>>("Json::Value");
 }

@@ -5,11 +5,11 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <hwy/targets.h>
 #include <rapidcheck/gtest.h>
 
 #include "Common/Base64.h"
 #include "Common/Base64Portable.h"
+#include "Tests/Support/Targets.h"
 
 namespace {
 
@@ -29,17 +29,6 @@ Bytes portableDecode(std::string_view text, std::size_t capacity) {
     Bytes bytes(capacity);
     bytes.resize(Base64Portable::decode(text.data(), text.size(), bytes.data(), capacity));
     return bytes;
-}
-
-/// Runs the check once with each instruction set that this processor has.
-template <class Check>
-void onEveryTarget(Check check) {
-    for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
-        hwy::SetSupportedTargetsForTest(target);
-        SCOPED_TRACE(hwy::TargetName(target));
-        check();
-    }
-    hwy::SetSupportedTargetsForTest(0);
 }
 
 TEST(Base64, KnownTexts) {

@@ -4,10 +4,10 @@
 #include "DeviceManager/JsonDevice/JsonBlending.h"
 #include "DeviceManager/JsonDevice/JsonBlendingV1.h"
 #include "DeviceManager/JsonDevice/JsonExceptions.h"
-#include "Tests/Common/LogCapture.h"
 #include "Tests/Library/GeometryProxies.h"
 #include "Tests/Library/ManualClock.h"
 #include "Tests/Library/OperationRows.h"
+#include "Tests/Support/LogCapture.h"
 #include "Tests/Support/ScriptedCommunicator.h"
 
 namespace {

@@ -7,8 +7,8 @@
 #include "DeviceManager/JsonDevice/JsonExceptions.h"
 #include "DeviceManager/JsonDevice/JsonText.h"
 #include "Platform/Transport/DeviceExceptions.h"
-#include "Tests/Library/CapturedOutput.h"
 #include "Tests/Library/ManualClock.h"
+#include "Tests/Support/CapturedOutput.h"
 #include "Tests/Support/LogCapture.h"
 #include "Tests/Support/ScriptedCommunicator.h"
 

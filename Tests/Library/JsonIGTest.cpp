@@ -3,10 +3,10 @@
 
 #include "DeviceManager/JsonDevice/JsonExceptions.h"
 #include "DeviceManager/JsonDevice/JsonIG.h"
-#include "Tests/Common/LogCapture.h"
 #include "Tests/Library/GeometryProxies.h"
 #include "Tests/Library/ManualClock.h"
 #include "Tests/Library/OperationRows.h"
+#include "Tests/Support/LogCapture.h"
 #include "Tests/Support/ScriptedCommunicator.h"
 
 namespace {

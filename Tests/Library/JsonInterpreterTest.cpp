@@ -12,8 +12,8 @@
 #include "DeviceManager/JsonDevice/JsonInterpreter.h"
 #include "DeviceManager/JsonDevice/JsonText.h"
 #include "Platform/Transport/DeviceExceptions.h"
-#include "Tests/Library/CapturedOutput.h"
 #include "Tests/Library/ManualClock.h"
+#include "Tests/Support/CapturedOutput.h"
 #include "Tests/Support/LogCapture.h"
 #include "Tests/Support/ScriptedCommunicator.h"
 

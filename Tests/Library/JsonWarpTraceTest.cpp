@@ -9,8 +9,8 @@
 #include "DeviceManager/JsonDevice/JsonWarp.h"
 #include "Platform/Devices/Device.h"
 #include "Platform/Devices/RasterGrayscaleImage.h"
-#include "Tests/Common/LogCapture.h"
 #include "Tests/Library/GeometryProxies.h"
+#include "Tests/Support/LogCapture.h"
 #include "Tests/Support/ScriptedCommunicator.h"
 
 namespace {

@@ -1,0 +1,103 @@
+#include "DeviceManager/JsonDevice/ImageCodec/ByteRaster.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstring>
+#include <span>
+
+#include "Common/Base64.h"
+#include "DeviceManager/JsonDevice/ImageCodec/Kernels.h"
+#include "DeviceManager/JsonDevice/ImageCodec/ParallelLoop.h"
+
+namespace JsonDevice::ImageCodec {
+
+namespace {
+
+// A multiple of 3, so that base64 text can be cut there; a piece keeps a thread
+// busy for some ten microseconds.
+constexpr std::size_t pieceValues = 48 * 1024;
+// Bytes between two steps of a piece, which stay in the first-level cache.
+constexpr std::size_t stepBytes = 6 * 1024;
+
+/// Calls use(begin, end) for pieces of `count` things, on several threads.
+template <class Use>
+void forEachPiece(std::size_t count, std::size_t size, std::size_t workers, Use use) {
+    class Job final : public PieceJob {
+    public:
+        Job(std::size_t count, std::size_t size, Use& use) : count(count), size(size), use(use) {}
+        void produce(std::size_t piece, std::size_t) override {
+            use(piece * size, std::min(count, (piece + 1) * size));
+        }
+
+    private:
+        std::size_t count;
+        std::size_t size;
+        Use& use;
+    } job(count, size, use);
+    runPieces(job, (count + size - 1) / size, workers);
+}
+
+}  // namespace
+
+void quantise(const ValueSource& source, std::uint8_t* bytes, std::size_t workers) {
+    const std::size_t channels = source.valuesPerPixel();
+    forEachPiece(source.pixels(), pieceValues / channels, workers, [&](std::size_t begin, std::size_t end) {
+        std::uint8_t* out = bytes + begin * channels;
+        source.forEachBlock(begin, end, [&](const float* values, std::size_t count) {
+            quantiseBytes(values, count, out);
+            out += count;
+        });
+    });
+}
+
+void encodePlain(const ValueSource& source, char* text, std::size_t workers) {
+    const std::size_t channels = source.valuesPerPixel();
+    forEachPiece(source.pixels(), pieceValues / channels, workers, [&](std::size_t begin, std::size_t end) {
+        std::array<std::uint8_t, stepBytes> bytes;
+        std::size_t held = 0;
+        char* out = text + begin * channels / 3 * 4;
+        source.forEachBlock(begin, end, [&](const float* values, std::size_t count) {
+            while (count > 0) {
+                const std::size_t part = std::min(count, stepBytes - held);
+                quantiseBytes(values, part, bytes.data() + held);
+                held += part;
+                values += part;
+                count -= part;
+                if (held == stepBytes) {
+                    encodeBase64(bytes, out);
+                    out += base64Length(stepBytes);
+                    held = 0;
+                }
+            }
+        });
+        encodeBase64(std::span(bytes).first(held), out);
+    });
+}
+
+void expand(const std::uint8_t* bytes, std::size_t count, float* values, std::size_t workers) {
+    const bool streaming = count >= streamingValues;
+    forEachPiece(count, pieceValues, workers, [&](std::size_t begin, std::size_t end) {
+        expandBytes(bytes + begin, end - begin, values + begin, streaming);
+    });
+}
+
+bool decodePlain(std::string_view text, float* values, std::size_t count, std::size_t workers) {
+    const bool streaming = count >= streamingValues;
+    std::atomic<bool> complete{true};
+    forEachPiece(count, pieceValues, workers, [&](std::size_t begin, std::size_t end) {
+        std::array<std::uint8_t, stepBytes> bytes;
+        for (; begin < end && complete; begin += stepBytes) {
+            const std::size_t wanted = std::min(stepBytes, end - begin);
+            const std::string_view rest = text.substr(begin / 3 * 4);
+            if (decodeBase64(rest, std::span(bytes).first(wanted)) < wanted) {
+                complete = false;
+                return;
+            }
+            expandBytes(bytes.data(), wanted, values + begin, streaming);
+        }
+    });
+    return complete;
+}
+
+}  // namespace JsonDevice::ImageCodec
