@@ -1,0 +1,209 @@
+#include <cmath>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "ImageFiles/ImageFile.h"
+#include "Platform/Devices/RasterGrayscaleImage.h"
+
+namespace ImageFiles {
+namespace {
+
+class ImageFile : public testing::Test {
+protected:
+    ImageFile() {
+        const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
+        folder = std::filesystem::path(testing::TempDir()) / (std::string("image-file-") + test->name());
+        std::filesystem::create_directories(folder);
+    }
+    ~ImageFile() override { std::filesystem::remove_all(folder); }
+
+    static std::string content(const std::filesystem::path& path) {
+        std::ifstream file(path, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(file), {});
+    }
+
+    std::filesystem::path folder;
+};
+
+Picture colours(int channels) {
+    Picture picture(17, 9, channels);
+    for (std::size_t i = 0; i < picture.values.size(); ++i) {
+        picture.values[i] = static_cast<float>(i % 256) / 255;
+    }
+    return picture;
+}
+
+std::string errorOf(const std::string& content, std::size_t maximumPixels = 1000000) {
+    try {
+        parsePicture(content, "file", maximumPixels);
+    } catch (const ImageFileError& error) {
+        return error.what();
+    }
+    return "";
+}
+
+TEST_F(ImageFile, EveryFormatComesBack) {
+    for (const int channels : {1, 3}) {
+        const Picture picture = colours(channels);
+        for (const char* const name : {"a.png", "a.PNG", "a.pgm", "a.pfm"}) {
+            for (const int bits : {8, 16}) {
+                if (channels == 3 && std::string(name) == "a.pgm") {
+                    continue;
+                }
+                writePicture(picture, folder / name, bits);
+                const Picture read = readPicture(folder / name);
+                EXPECT_EQ(read.width, 17);
+                EXPECT_EQ(read.height, 9);
+                EXPECT_EQ(read.channels, channels) << name;
+                ASSERT_EQ(read.values.size(), picture.values.size());
+                for (std::size_t i = 0; i < read.values.size(); ++i) {
+                    // Multiples of 1/255 are multiples of 1/65535 too.
+                    ASSERT_FLOAT_EQ(read.values[i], picture.values[i]) << name << " " << bits << " " << i;
+                }
+            }
+        }
+    }
+}
+
+TEST_F(ImageFile, SamplesAreLimitedAndFloatsAreNot) {
+    Picture picture(4, 1, 1);
+    picture.values = {-1.0F, 2.0F, std::numeric_limits<float>::quiet_NaN(), 0.5F};
+    writePicture(picture, folder / "a.pgm", 8);
+    EXPECT_EQ(content(folder / "a.pgm"), std::string("P5\n4 1\n255\n\x00\xFF\x00\x80", 15));
+    writePicture(picture, folder / "a.pgm", 16);
+    EXPECT_EQ(content(folder / "a.pgm"), std::string("P5\n4 1\n65535\n\x00\x00\xFF\xFF\x00\x00\x80\x00", 21));
+    writePicture(picture, folder / "a.pfm");
+    const Picture read = readPicture(folder / "a.pfm");
+    EXPECT_EQ(read.values[0], -1.0F);
+    EXPECT_EQ(read.values[1], 2.0F);
+    EXPECT_TRUE(std::isnan(read.values[2]));
+}
+
+TEST_F(ImageFile, ReadsWhatAnImageExports) {
+    RasterGrayscaleImage image(3, 2, nullptr);
+    image.setValue(2, 1, 1.0F);
+    for (const int maximum : {100, 255, 1000, 65535}) {
+        ASSERT_TRUE(image.exportAsPGM(folder / "a.pgm", maximum));
+        const Picture read = readPicture(folder / "a.pgm");
+        EXPECT_EQ(read.values, (std::vector<float>{0, 0, 0, 0, 0, 1}));
+    }
+}
+
+TEST(ImageFileParsing, PortableMapsMayHoldComments) {
+    const Picture picture = parsePicture("P5 # made by hand\n# 3 by 1\n3\t1 # and\n200\nA\x64\xC8", "file");
+    EXPECT_EQ(picture.values, (std::vector<float>{65 / 200.0F, 0.5F, 1.0F}));
+}
+
+TEST(ImageFileParsing, FloatMapsAreReadInBothByteOrdersFromTheBottom) {
+    const std::vector<float> expected = {1.0F, 0.0F};  // the upper pixel is the last one
+    EXPECT_EQ(parsePicture(std::string("Pf\n1 2\n-1.0\n\0\0\0\0\0\0\x80\x3F", 20), "file").values, expected);
+    EXPECT_EQ(parsePicture(std::string("Pf\n1 2\n1.0\n\0\0\0\0\x3F\x80\0\0", 19), "file").values, expected);
+}
+
+TEST(ImageFileParsing, SaysWhatIsWrong) {
+    EXPECT_EQ(errorOf(""), "file: the file is empty");
+    EXPECT_EQ(errorOf("GIF89a"), "file: neither a PNG nor a binary PGM nor a PFM");
+    EXPECT_EQ(errorOf("P5"), "file: the header is broken");
+    EXPECT_EQ(errorOf("P5\n3 x\n255\n"), "file: the header is broken");
+    EXPECT_EQ(errorOf("P5\n3 -1\n255\n"), "file: the header is broken");
+    EXPECT_EQ(errorOf("P5\n99999999999999999999 1\n255\n"), "file: the header is broken");
+    EXPECT_EQ(errorOf("P5\n0 1\n255\n"), "file: the image has no pixels");
+    EXPECT_EQ(errorOf("P5\n2 2\n0\nabcd"), "file: the largest value must be from 1 to 65535");
+    EXPECT_EQ(errorOf("P5\n2 2\n65536\nabcd"), "file: the largest value must be from 1 to 65535");
+    EXPECT_EQ(errorOf("P5\n2 2\n255\nabc"), "file: the file ends early: 3 of 4 bytes of pixels are there");
+    EXPECT_EQ(errorOf("PF\n2 2\n-1.0\nabc"), "file: the file ends early: 3 of 48 bytes of pixels are there");
+    EXPECT_EQ(errorOf("P5\n2000000000 2000000000\n255\n"),
+              "file: the image is too large: 2000000000 x 2000000000, and at most 1000000 pixels are read");
+    EXPECT_EQ(errorOf("P5\n1001 1000\n255\n"),
+              "file: the image is too large: 1001 x 1000, and at most 1000000 pixels are read");
+    EXPECT_EQ(errorOf("\x89PNG\r\n\x1A\n"), "file: broken PNG: the file ends early");
+}
+
+TEST_F(ImageFile, EveryTruncationAndManyDamagesOfAPngAreErrorsOrPictures) {
+    writePicture(colours(3), folder / "a.png", 16);
+    const std::string good = content(folder / "a.png");
+    ASSERT_EQ(errorOf(good), "");
+    for (std::size_t length = 0; length < good.size(); ++length) {
+        ASSERT_NE(errorOf(good.substr(0, length)), "") << length;
+    }
+    std::mt19937 random(1);
+    for (int round = 0; round < 2000; ++round) {
+        std::string damaged = good;
+        damaged[random() % damaged.size()] = static_cast<char>(random());
+        errorOf(damaged);  // must neither crash nor read outside
+    }
+}
+
+TEST_F(ImageFile, APngThatClaimsMoreThanItCanHoldIsRefused) {
+    writePicture(Picture(1, 1, 1), folder / "a.png", 8);
+    std::string png = content(folder / "a.png");
+    // The sizes, and the check sum that goes with them.
+    const auto put = [&](std::size_t at, std::uint32_t word) {
+        for (int i = 0; i < 4; ++i) {
+            png[at + static_cast<std::size_t>(i)] = static_cast<char>(word >> (24 - 8 * i));
+        }
+    };
+    put(16, 16000);
+    put(20, 16000);
+    std::uint32_t sum = 0xFFFFFFFF;
+    for (std::size_t i = 12; i < 29; ++i) {
+        sum ^= static_cast<unsigned char>(png[i]);
+        for (int bit = 0; bit < 8; ++bit) {
+            sum = sum >> 1 ^ (sum & 1 ? 0xEDB88320 : 0);
+        }
+    }
+    put(29, ~sum);
+    EXPECT_EQ(errorOf(png, std::size_t{1} << 28),
+              "file: broken PNG: the file is too short for an image of 16000 x 16000");
+    EXPECT_EQ(errorOf(png, 1000000),
+              "file: the image is too large: 16000 x 16000, and at most 1000000 pixels are read");
+}
+
+TEST_F(ImageFile, SaysWhyAFileCannotBeReadOrWritten) {
+    const auto message = [](auto action) {
+        try {
+            action();
+        } catch (const ImageFileError& error) {
+            return std::string(error.what());
+        }
+        return std::string();
+    };
+    const std::string missing = (folder / "missing.png").string();
+    EXPECT_EQ(message([&] { readPicture(missing); }),
+              missing + ": cannot be opened: No such file or directory");
+    EXPECT_EQ(message([&] { readPicture(folder); }), folder.string() + ": is a folder");
+    const std::string nowhere = (folder / "none" / "a.png").string();
+    EXPECT_EQ(message([&] { writePicture(colours(1), nowhere); }),
+              nowhere + ": cannot be written: No such file or directory");
+    const std::string colour = (folder / "a.pgm").string();
+    EXPECT_EQ(message([&] { writePicture(colours(3), colour); }),
+              colour + ": a PGM holds no colour; write a PNG or a PFM");
+    EXPECT_FALSE(std::filesystem::exists(colour));
+    EXPECT_EQ(message([&] { writePicture(colours(1), "picture.jpg"); }),
+              "picture.jpg: the name must end in .png, .pgm or .pfm");
+    EXPECT_NE(message([&] { writePicture(colours(1), folder / "a.png", 12); }), "");
+    EXPECT_NE(message([&] { writePicture(Picture(), folder / "a.png"); }), "");
+}
+
+TEST_F(ImageFile, AFileLongerThanItsPictureMayBeIsNotReadToItsEnd) {
+    std::ofstream(folder / "a.pgm", std::ios::binary) << "P5\n1 1\n255\nx";
+    std::filesystem::resize_file(folder / "a.pgm", std::uintmax_t{1} << 30);  // sparse
+    try {
+        readPicture(folder / "a.pgm", 100);
+        FAIL();
+    } catch (const ImageFileError& error) {
+        EXPECT_EQ(error.what(),
+                  (folder / "a.pgm").string() + ": the file is too large: more than 67110064 bytes");
+    }
+}
+
+}  // namespace
+}  // namespace ImageFiles
