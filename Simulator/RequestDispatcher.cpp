@@ -9,6 +9,7 @@
 #include "DeviceManager/JsonDevice/JsonExceptions.h"
 #include "DeviceManager/JsonDevice/JsonText.h"
 #include "DeviceManager/JsonDevice/Vocabulary/Vocabulary.h"
+#include "Platform/Devices/MeshProxy.h"
 
 namespace JsonDevice {
 
@@ -110,6 +111,18 @@ Caller& Caller::nobody() {
     static Nobody nobody;
     return nobody;
 }
+
+Passed<Wire::Mesh>::Passed(const Wire::Mesh::Received& text) {
+    if (text) {
+        try {
+            proxy = std::make_unique<SimpleMeshProxy>(std::wstring(), Mesh::fromText(*text));
+        } catch (const KorvanException& error) {
+            refuseParams(toUtf8(error.getMessage()));
+        }
+    }
+}
+
+Passed<Wire::Mesh>::~Passed() = default;
 
 RequestDispatcher::RequestDispatcher() {
     Vocabulary::registerAllTypes();

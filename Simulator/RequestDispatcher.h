@@ -36,6 +36,39 @@ public:
     static Caller& nobody();
 };
 
+/// A received parameter in the form in which the host's interfaces take it,
+/// for as long as this object lives.
+template <class Type>
+class Passed {
+public:
+    explicit Passed(typename Type::Received&& object) : received(std::move(object)) {}
+    typename Type::Argument argument() const {
+        if constexpr (std::is_pointer_v<typename Type::Argument>) {
+            return received.get();
+        } else {
+            return received;
+        }
+    }
+
+private:
+    typename Type::Received received;
+};
+
+/// A mesh comes as its text.
+template <>
+class JSONDEVICE_EXPORT Passed<Wire::Mesh> {
+public:
+    /// Throws RequestError for a text that is no mesh.
+    explicit Passed(const Wire::Mesh::Received& text);
+    Passed(const Passed&) = delete;
+    Passed& operator=(const Passed&) = delete;
+    ~Passed();
+    MeshProxy* argument() const { return proxy.get(); }
+
+private:
+    std::unique_ptr<MeshProxy> proxy;
+};
+
 /// Serves JSON-RPC 2.0 requests by functions bound to methods of the
 /// vocabulary: the counterpart of a typed call. It serves anything, a simulated
 /// projector as well as a driver of another protocol that implements the host's
@@ -52,6 +85,9 @@ public:
 /// Bind first, then serve: any number of threads may be in `handle` as far as
 /// the bound functions allow it, while no other binds.
 class JSONDEVICE_EXPORT RequestDispatcher {
+    template <class MethodType, class Function>
+    struct Fit;
+
 public:
     /// An untyped function: the params as they came (null when there were none) to a result.
     using RawFunction = std::function<Json::Value(const Json::Value& params, Caller& caller)>;
@@ -84,11 +120,9 @@ public:
     template <class Result, class... Types, class Function>
     void bind(const Method<Result, Types...>& method, Function function) {
         using Call = Signature<Function>;
-        static_assert(Call::template takes<typename Types::Received...>,
-                      "the function's parameters are not what the method's are received as");
-        using Returned = std::remove_cvref_t<typename Call::template Result<typename Types::Received...>>;
-        static_assert(std::is_same_v<Returned, typename Result::Native>,
-                      "the function does not return the method's result");
+        static_assert(fits<Method<Result, Types...>, Function>,
+                      "the function's parameters are not what the method's are received as, or it "
+                      "returns something else than the method");
         add(method.name, {method.parameterNames.begin(), method.parameterNames.end()},
             [function = std::move(function)](const Parameters& parameters, Caller& caller) mutable {
                 return call<Call, Result, Types...>(function, parameters, caller,
@@ -110,6 +144,10 @@ public:
 
     /// Binds a method outside of the vocabulary.
     void bindRaw(const std::string& method, RawFunction function);
+
+    /// Whether the function may be bound to a method of that type.
+    template <class MethodType, class Function>
+    static constexpr bool fits = Fit<std::remove_const_t<MethodType>, Function>::value;
 
 private:
     /// The parameters of one request in the order of the method.
@@ -160,6 +198,20 @@ private:
         : OperatorSignature<decltype(&Function::operator())> {};
     template <class Returned, class... Taken>
     struct Signature<Returned (*)(Taken...), void> : ExactSignature<Returned, Taken...> {};
+
+    template <class Result, class... Types, class Function>
+    struct Fit<Method<Result, Types...>, Function> {
+        static constexpr bool check() {
+            using Call = Signature<Function>;
+            if constexpr (Call::template takes<typename Types::Received...>) {
+                return std::is_same_v<
+                    std::remove_cvref_t<typename Call::template Result<typename Types::Received...>>,
+                    typename Result::Native>;
+            }
+            return false;
+        }
+        static constexpr bool value = check();
+    };
 
     template <class Call, class Result, class... Types, class Function, std::size_t... indices>
     static Json::Value call(Function& function, const Parameters& parameters, [[maybe_unused]] Caller& caller,
@@ -219,26 +271,13 @@ private:
         }
     }
 
-    /// A received parameter in the form in which the host's interfaces take it.
-    template <class Type>
-    struct Passed {
-        typename Type::Received received;
-        decltype(auto) argument() {
-            if constexpr (std::is_pointer_v<typename Type::Argument>) {
-                return received.get();
-            } else {
-                return static_cast<typename Type::Argument>(received);
-            }
-        }
-    };
-
     template <class Returned, class... Taken, class Result, class... Types, class Object, class Operation>
     void bindOperation(const Method<Result, Types...>& method, Object& object, Operation operation) {
         static_assert(std::is_same_v<std::tuple<std::remove_cvref_t<Taken>...>,
                                      std::tuple<std::remove_cvref_t<typename Types::Argument>...>>,
                       "the operation's parameters are not the method's");
         bind(method, [&object, operation](typename Types::Received... received) -> Returned {
-            return (object.*operation)(Passed<Types>{std::move(received)}.argument()...);
+            return (object.*operation)(Passed<Types>(std::move(received)).argument()...);
         });
     }
 

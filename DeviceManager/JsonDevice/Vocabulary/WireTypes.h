@@ -110,7 +110,8 @@ struct Position : Value<Point3D> {
 struct Mesh : Object<MeshProxy> {
     static constexpr const char* name = "MeshProxy";
     static constexpr Form form = Form::text;
-    using Received = std::wstring;
+    using Received = std::shared_ptr<std::wstring>;
+    static constexpr const char* receivedName = "std::wstring";
 };
 
 struct Blend : Object<BlendProxy> {
