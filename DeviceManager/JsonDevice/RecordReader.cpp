@@ -84,6 +84,16 @@ std::string RecordReader::read(Communicator& communicator, int timeoutMs, const 
         }
         try {
             fill(communicator, timeoutMs, logContext);
+            if (communicator.connectionCount() != connection) {
+                // The read connected anew: what it brought belongs to the new connection, what came before
+                // does not.
+                follow(&communicator);
+                line.clear();
+                skipping = refused = false;
+            }
+            if (line.empty() && !skipping) {
+                skipEmptyRecords();
+            }
         } catch (const DeviceNotConnectedException&) {
             if (refused) {
                 refuseTooLarge(skipped, false, logContext);

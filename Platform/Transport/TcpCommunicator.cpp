@@ -410,7 +410,6 @@ int TcpCommunicator::Connection::read(char* buffer, int capacity, int minimum, i
     // Straight after a request there is no reply yet; it would be a wasted call to look.
     bool expectsReply = std::exchange(wroteLast, false) && wanted > 0 && timeoutMs >= 0 && !mayConnect;
     bool waits = false;
-    bool mayReconnect = mayConnect && socket.is_open();
     if (!socket.is_open()) {
         mayConnect ? connect() : failAgain(__LINE__);
     }
@@ -433,16 +432,11 @@ int TcpCommunicator::Connection::read(char* buffer, int capacity, int minimum, i
                 break;
             }
             waits = true;
-        } else if (error && mayReconnect && got == 0) {
-            // It had ended before this exchange began.
-            dropLocked(error == asio::error::eof ? closedByDevice : describe(error));
-            connect();
         } else if (error) {
             fail(__LINE__, error == asio::error::eof ? closedByDevice : describe(error));
         } else {
             waits = false;
         }
-        mayReconnect = false;
     }
     return static_cast<int>(got);
 }

@@ -15,10 +15,11 @@
 /// A device reached over TCP.
 ///
 /// Constructing one touches no network. The first read or write of an exchange
-/// connects when there is no connection, or when the device has closed the one
-/// there was; nothing that was received on an earlier connection is kept. When
-/// the connection breaks within an exchange, every further read and write of
-/// that exchange throws DeviceNotConnectedException.
+/// connects when there is no connection; a write also when the device has
+/// closed the one there was. A read that finds the connection closed throws
+/// DeviceNotConnectedException, because the reply to an earlier message may have
+/// been lost with it, and so does the rest of that exchange; the next exchange
+/// connects. Nothing that was received on an earlier connection is kept.
 ///
 /// Nothing waits without limit unless a time-out is 0. A connection is kept
 /// alive by probes, so that a device that lost its power is noticed within

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
 #include "Platform/Transport/DeviceExceptions.h"
 
@@ -14,11 +15,21 @@ CommunicatorPair::CommunicatorPair() : ends{End(*this, 0), End(*this, 1)} {}
 void CommunicatorPair::connect() {
     for (Inbox& inbox : inboxes) {
         inbox.bytes.clear();
+        inbox.taken = 0;
         inbox.untilCut = std::string::npos;
         inbox.held = false;
     }
+    for (End& end : ends) {
+        end.knowsOfEnd = false;
+    }
     connected = true;
     ++connections;
+    changed.notify_all();
+}
+
+void CommunicatorPair::waitForConnection(std::uint64_t count) {
+    std::unique_lock guard(mutex);
+    changed.wait(guard, [&] { return connections >= count; });
 }
 
 void CommunicatorPair::End::limitReads(std::size_t bytes) {
@@ -46,21 +57,18 @@ void CommunicatorPair::End::cutAfter(std::size_t bytes) {
 void CommunicatorPair::End::disconnect() {
     const std::lock_guard guard(pair.mutex);
     pair.connected = false;
+    knowsOfEnd = true;
     pair.changed.notify_all();
 }
 
 void CommunicatorPair::End::reconnect() {
     const std::lock_guard guard(pair.mutex);
     pair.connect();
-    pair.changed.notify_all();
 }
 
 void CommunicatorPair::End::beginExchange() noexcept {
     const std::lock_guard guard(pair.mutex);
-    if (!pair.connected) {
-        pair.connect();
-        pair.changed.notify_all();
-    }
+    startsExchange = true;
 }
 
 void CommunicatorPair::End::send(std::string_view bytes) {
@@ -87,7 +95,11 @@ std::uint64_t CommunicatorPair::End::connectionCount() const {
 
 int CommunicatorPair::End::write(const char* data, std::size_t length, int /*block*/, int /*flush*/) {
     const std::lock_guard guard(pair.mutex);
+    if (std::exchange(startsExchange, false) && !pair.connected) {
+        pair.connect();
+    }
     if (!pair.connected) {
+        knowsOfEnd = true;
         throw DeviceNotConnectedException(source, __LINE__, getDisplayName() + L": the connection has ended");
     }
     pair.inboxes[1 - index].bytes.append(data, length);
@@ -98,8 +110,13 @@ int CommunicatorPair::End::write(const char* data, std::size_t length, int /*blo
 int CommunicatorPair::End::read(char* buffer, int capacity, int minimum, int timeoutMs) {
     Inbox& inbox = pair.inboxes[index];
     std::unique_lock guard(pair.mutex);
-    const auto available = [&] { return inbox.held ? 0 : std::min(inbox.bytes.size(), inbox.untilCut); };
-    const auto ended = [&] { return inbox.untilCut <= inbox.bytes.size() || !pair.connected; };
+    const auto arrived = [&] { return inbox.bytes.size() - inbox.taken; };
+    const auto available = [&] { return inbox.held ? 0 : std::min(arrived(), inbox.untilCut); };
+    // What lies behind a cut never arrives.
+    const auto ended = [&] { return inbox.untilCut <= arrived() || !pair.connected; };
+    if (std::exchange(startsExchange, false) && knowsOfEnd) {
+        pair.connect();
+    }
     const auto wanted = static_cast<std::size_t>(std::max(minimum, 1));
     const auto ready = [&] { return available() >= wanted || (ended() && !inbox.held); };
     if (timeoutMs == 0) {
@@ -111,11 +128,16 @@ int CommunicatorPair::End::read(char* buffer, int capacity, int minimum, int tim
         std::min({available(), static_cast<std::size_t>(std::max(capacity, 0)), inbox.readLimit});
     if (count == 0) {
         pair.connected = false;
+        knowsOfEnd = true;
         pair.changed.notify_all();
         throw DeviceNotConnectedException(source, __LINE__, getDisplayName() + L": the connection has ended");
     }
-    inbox.bytes.copy(buffer, count);
-    inbox.bytes.erase(0, count);
+    inbox.bytes.copy(buffer, count, inbox.taken);
+    inbox.taken += count;
+    if (inbox.taken == inbox.bytes.size()) {
+        inbox.bytes.clear();
+        inbox.taken = 0;
+    }
     if (inbox.untilCut != std::string::npos) {
         inbox.untilCut -= count;
     }

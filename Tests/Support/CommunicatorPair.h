@@ -38,7 +38,8 @@ public:
         int read(char* buffer, int capacity, int minimum, int timeoutMs) override;
         int write(const char* data, std::size_t length, int block, int flush) override;
         std::uint64_t connectionCount() const override;
-        /// Reconnects when the connection has ended.
+        /// When the connection has ended, a write that comes first in an
+        /// exchange makes a new one; a read does so only when this end knew.
         void beginExchange() noexcept override;
         void abandonExchange() noexcept override { disconnect(); }
 
@@ -48,6 +49,8 @@ public:
 
         CommunicatorPair& pair;
         std::size_t index;
+        bool startsExchange = false;
+        bool knowsOfEnd = false;
     };
 
     CommunicatorPair();
@@ -57,10 +60,14 @@ public:
     End& host() { return ends[0]; }
     End& device() { return ends[1]; }
 
+    /// Waits until there have been so many connections; the first is there from the start.
+    void waitForConnection(std::uint64_t count);
+
 private:
     /// What one end receives.
     struct Inbox {
         std::string bytes;
+        std::size_t taken = 0;
         std::size_t readLimit = std::string::npos;
         std::size_t untilCut = std::string::npos;
         bool held = false;

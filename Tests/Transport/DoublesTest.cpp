@@ -139,6 +139,7 @@ TEST(CommunicatorPair, SplitsMergesAndCuts) {
     EXPECT_THROW(pair.device().send("x"), DeviceNotConnectedException);
     const auto before = pair.host().connectionCount();
     Connector exchange(&pair.host());
+    send(pair.host(), "again");
     EXPECT_EQ(pair.host().connectionCount(), before + 1);
     pair.device().send("new");
     EXPECT_EQ(readOnce(pair.host()), "new");
