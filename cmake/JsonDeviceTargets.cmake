@@ -35,12 +35,14 @@ endfunction()
 
 # jsondevice_add_test(NAME SOURCES... [LIBRARIES targets...]): a GoogleTest
 # program; each of its tests is a test of its own for ctest, so that none
-# depends on what another left behind in the process.
+# depends on what another left behind in the process. ctest -L NAME runs those
+# of one program.
 function(jsondevice_add_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
   add_executable(${name} ${arg_SOURCES})
   jsondevice_common_settings(${name})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gmock_main rapidcheck Threads::Threads)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+    PROPERTIES TIMEOUT 300 LABELS ${name})
 endfunction()
