@@ -16,14 +16,25 @@ namespace {
 
 constexpr const char* toolName = "jsondevice";
 
-// The parser would take an argument in brackets for a list and split it, and
-// "-.5" for options. This in front hides them from it.
+// The parser would take an argument in brackets for a list and split it, "-.5"
+// for options, "++" for the end of a command, and would look for options behind
+// "--" again where the parameters are optional. This in front hides them from it.
 constexpr char guard = '\x01';
 
-std::string hide(const std::string& argument) {
-    const bool list = argument.starts_with('[') && argument.ends_with(']');
-    const bool fraction = argument.starts_with("-.");
-    return list || fraction || argument.starts_with(guard) ? guard + argument : argument;
+std::vector<std::string> hidden(const std::vector<std::string>& arguments) {
+    std::vector<std::string> all;
+    bool onlyValues = false;
+    for (const std::string& argument : arguments) {
+        if (argument == "--" && !onlyValues) {
+            onlyValues = true;
+            continue;
+        }
+        const bool list = argument.starts_with('[') && argument.ends_with(']');
+        const bool hide = onlyValues || list || argument == "++" || argument.starts_with("-.") ||
+                          argument.starts_with(guard);
+        all.push_back(hide ? guard + argument : argument);
+    }
+    return all;
 }
 
 std::vector<std::string> uncovered(std::vector<std::string> values) {
@@ -33,6 +44,25 @@ std::vector<std::string> uncovered(std::vector<std::string> values) {
         }
     }
     return values;
+}
+
+/// Broken into lines for the right column of the help; the parser indents them.
+std::string wrapped(const std::string& text) {
+    constexpr std::size_t column = 30;
+    constexpr std::size_t width = 100 - column;
+    std::string lines;
+    std::size_t lineStart = 0;
+    for (std::size_t start = 0; start < text.size();) {
+        const std::size_t end = std::min(text.find(' ', start), text.size());
+        if (end - lineStart > width && start > lineStart) {
+            lines.back() = '\n';
+            lineStart = start;
+        }
+        lines += text.substr(start, end - start) + " ";
+        start = end + 1;
+    }
+    lines.pop_back();
+    return lines;
 }
 
 class Parser {
@@ -58,13 +88,14 @@ public:
     }
 
     CommandLine parse(const std::vector<std::string>& arguments) {
-        std::vector<std::string> reversed;
-        std::transform(arguments.rbegin(), arguments.rend(), std::back_inserter(reversed), hide);
+        std::vector<std::string> reversed = hidden(arguments);
+        std::ranges::reverse(reversed);
         CommandLine line;
         try {
             root.parse(reversed);
         } catch (const CLI::CallForHelp&) {
-            line.text = innermost().help();
+            const CLI::App& app = innermost();
+            line.text = app.help(app.get_parent() == nullptr ? "" : pathOf(*app.get_parent()));
             return line;
         } catch (const CLI::CallForVersion& version) {
             line.text = std::string(version.what()) + "\n";
@@ -84,10 +115,10 @@ private:
 
     static CLI::Option* add(CLI::App& app, const Option& option) {
         if (option.value.empty()) {
-            return app.add_flag(option.names, option.summary);
+            return app.add_flag(option.names)->description(wrapped(option.summary));
         }
-        CLI::Option* const added =
-            app.add_option(option.names, CLI::callback_t([](const auto&) { return true; }), option.summary);
+        CLI::Option* const added = app.add_option(
+            option.names, CLI::callback_t([](const auto&) { return true; }), wrapped(option.summary));
         added->type_name(option.value)->expected(1)->allow_extra_args(false);
         added->multi_option_policy(option.repeatable ? CLI::MultiOptionPolicy::TakeAll
                                                      : CLI::MultiOptionPolicy::TakeLast);
@@ -96,7 +127,7 @@ private:
 
     static CLI::Option* add(CLI::App& app, const Parameter& parameter) {
         CLI::Option* const added = app.add_option(
-            parameter.name, CLI::callback_t([](const auto&) { return true; }), parameter.summary);
+            parameter.name, CLI::callback_t([](const auto&) { return true; }), wrapped(parameter.summary));
         switch (parameter.count) {
             case Parameter::Count::one:
                 added->expected(1)->required();
@@ -147,12 +178,15 @@ private:
         return *app;
     }
 
+    /// "jsondevice remote key"
+    static std::string pathOf(const CLI::App& app) {
+        const CLI::App* const parent = app.get_parent();
+        return (parent == nullptr ? "" : pathOf(*parent) + " ") + app.get_name();
+    }
+
     [[noreturn]] void refuse(const CLI::ParseError& error) const {
         const CLI::App& app = innermost();
-        std::string path;
-        for (const CLI::App* part = &app; part != nullptr; part = part->get_parent()) {
-            path = part->get_name() + (path.empty() ? "" : " ") + path;
-        }
+        const std::string path = pathOf(app);
         const auto below = app.get_subcommands([](const CLI::App*) { return true; });
         std::string what = error.what();
         if (!below.empty()) {
@@ -160,7 +194,7 @@ private:
             for (const CLI::App* command : below) {
                 names += (names.empty() ? "" : ", ") + command->get_name();
             }
-            const auto extra = uncovered(app.remaining());
+            const auto extra = uncovered(root.remaining(true));
             const auto first =
                 std::ranges::find_if(extra, [](const auto& text) { return !text.starts_with('-'); });
             what = first == extra.end() ? "a command is missing" : "there is no command " + inQuotes(*first);
