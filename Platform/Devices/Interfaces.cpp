@@ -1,6 +1,9 @@
 // The destructors of the interface classes, so that each has its type information in this one library.
 #include "Platform/Devices/BlackLevelInterface.h"
 #include "Platform/Devices/BlendingInterface.h"
+#include "Platform/Devices/ColorInterface.h"
+#include "Platform/Devices/ControlInterface.h"
+#include "Platform/Devices/GammaInterface.h"
 #include "Platform/Devices/IGInterface.h"
 #include "Platform/Devices/MaskingInterface.h"
 #include "Platform/Devices/ModelInterface.h"
@@ -10,6 +13,9 @@
 
 BlackLevelInterface::~BlackLevelInterface() = default;
 BlendingInterface::~BlendingInterface() = default;
+ColorInterface::~ColorInterface() = default;
+ControlInterface::~ControlInterface() = default;
+GammaInterface::~GammaInterface() = default;
 IGInterface::~IGInterface() = default;
 MaskingInterface::~MaskingInterface() = default;
 ModelInterface::~ModelInterface() = default;

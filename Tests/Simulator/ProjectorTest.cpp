@@ -40,7 +40,8 @@ protected:
 
 /// Interfaces that the simulated projector does not have yet.
 const std::set<std::string_view> withoutModel{
-    "BlackLevelInterface", "BlendingInterface", "IGInterface",
+    "BlackLevelInterface", "BlendingInterface", "ColorInterface",
+    "ControlInterface",    "GammaInterface",    "IGInterface",
     "MaskingInterface",    "ModelInterface",    "WarpInterface",
 };
 

@@ -2,6 +2,9 @@
 
 #include "DeviceManager/JsonDevice/Vocabulary/BlackLevel.h"
 #include "DeviceManager/JsonDevice/Vocabulary/Blending.h"
+#include "DeviceManager/JsonDevice/Vocabulary/Color.h"
+#include "DeviceManager/JsonDevice/Vocabulary/Control.h"
+#include "DeviceManager/JsonDevice/Vocabulary/Gamma.h"
 #include "DeviceManager/JsonDevice/Vocabulary/IG.h"
 #include "DeviceManager/JsonDevice/Vocabulary/Masking.h"
 #include "DeviceManager/JsonDevice/Vocabulary/Model.h"
@@ -22,6 +25,9 @@ constexpr void forEachMethod(Visitor&& visit) {
     Masking::forEachMethod(visit);
     Model::forEachMethod(visit);
     IG::forEachMethod(visit);
+    Control::forEachMethod(visit);
+    Color::forEachMethod(visit);
+    Gamma::forEachMethod(visit);
 }
 
 }  // namespace JsonDevice::Vocabulary

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "DeviceManager/JsonDevice/JsonColor.h"
 #include "DeviceManager/JsonDevice/JsonIG.h"
 #include "DeviceManager/JsonDevice/JsonStatus.h"
 #include "DeviceManager/JsonDevice/JsonWarp.h"
@@ -40,6 +41,7 @@ void registerAllTypes() {
     JsonStatus::registerStatusInterfaceTypes();
     JsonWarp::registerWarpTypes();
     JsonIG::registerIGTypes();
+    JsonColor::registerColorInterfaceTypes();
 }
 
 }  // namespace JsonDevice::Vocabulary

@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "Platform/Devices/ColorInterface.h"
+#include "Platform/Devices/Gamut.h"
 #include "Platform/Devices/Point.h"
 
 class BlackLevelProxy;
@@ -126,6 +128,18 @@ struct BlackLevelMap : Object<BlackLevelProxy> {
 
 struct IGContent : Object<IGContentProxy> {
     static constexpr const char* name = "IGContentProxy";
+    static constexpr Form form = Form::json;
+};
+
+/// The primaries and the white of a projector; registered by JsonColor.
+struct ColorGamut : Value<Gamut> {
+    static constexpr const char* name = "Gamut";
+    static constexpr Form form = Form::json;
+};
+
+/// Registered by JsonColor.
+struct ColorAdjustmentTypes : Value<std::vector<ColorInterface::ColorAdjustmentType>> {
+    static constexpr const char* name = "std::vector<ColorInterface::ColorAdjustmentType>";
     static constexpr Form form = Form::json;
 };
 
