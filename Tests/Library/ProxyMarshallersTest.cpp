@@ -11,9 +11,9 @@
 #include "DeviceManager/JsonDevice/SimpleProxies.h"
 #include "Platform/Curves/CubicControlCurve.h"
 #include "Platform/Devices/ControlCurveProxy.h"
-#include "Platform/Devices/GrayscaleImage.h"
 #include "Platform/Devices/MeshProxy.h"
-#include "Platform/Devices/RGBImage.h"
+#include "Platform/Devices/RasterGrayscaleImage.h"
+#include "Platform/Devices/RasterRGBImage.h"
 #include "Tests/Library/Refusal.h"
 
 namespace JsonDevice {
@@ -106,6 +106,76 @@ TEST_F(ProxyMarshallers, AProxyWithoutImageSaysNull) {
     EXPECT_EQ(write<BlackLevelProxy>(black, "BlackLevelProxy"),
               "{\"blueFactor\":1.0,\"greenFactor\":2.0,\"image\":null,\"name\":\"n\",\"redFactor\":0.5,"
               "\"xml\":\"x\"}\n");
+}
+
+TEST_F(ProxyMarshallers, ImagesTravelInTheirDefaultEncodingAndReadBack) {
+    const float pixels[] = {0, 0.5, 1, 0.25};
+    const SimpleBlendProxy blend(L"n", L"x", std::make_unique<RasterGrayscaleImage>(2, 2, pixels));
+    const Json::Value value = registry.toJson("BlendProxy", static_cast<const BlendProxy*>(&blend), {});
+    const GrayscaleImage* const sent = blend.getImage();
+    EXPECT_EQ(value["image"], registry.toJson("GrayscaleImage", sent, {}));
+    EXPECT_EQ(value["image"]["h"], 2);
+    const auto back = readValue<BlendProxy>(value, "BlendProxy");
+    ASSERT_NE(back->getImage(), nullptr);
+    EXPECT_NEAR(back->getImage()->getCenterValue(1, 0), 0.5, 1.0 / 2048);
+    EXPECT_NEAR(back->getImage()->getCenterValue(1, 1), 0.25, 1.0 / 2048);
+
+    const SimpleBlackLevelProxy black(L"n", L"x", std::make_unique<RasterGrayscaleImage>(2, 2, pixels), 0.5,
+                                      1, 2);
+    const Json::Value blackValue =
+        registry.toJson("BlackLevelProxy", static_cast<const BlackLevelProxy*>(&black), {});
+    const auto blackBack = readValue<BlackLevelProxy>(blackValue, "BlackLevelProxy");
+    EXPECT_NEAR(blackBack->getImage()->getCenterValue(0, 1), 1, 1.0 / 2048);
+    double red = 0;
+    double green = 0;
+    double blue = 0;
+    blackBack->getFactors(red, green, blue);
+    EXPECT_EQ(red, 0.5);
+    EXPECT_EQ(green, 1);
+    EXPECT_EQ(blue, 2);
+
+    const float colours[] = {0.25, 0.5, 1};
+    const SimpleIGContentProxy content(L"n", L"x", std::make_unique<RasterRGBImage>(1, 1, colours, true));
+    const Json::Value contentValue =
+        registry.toJson("IGContentProxy", static_cast<const IGContentProxy*>(&content), {});
+    const auto contentBack = readValue<IGContentProxy>(contentValue, "IGContentProxy");
+    float r = 0;
+    float g = 0;
+    float b = 0;
+    contentBack->getImage()->getCenterValue(0, 0, r, g, b);
+    EXPECT_NEAR(r, 0.25, 1.0 / 2048);
+    EXPECT_NEAR(g, 0.5, 1.0 / 2048);
+    EXPECT_NEAR(b, 1, 1.0 / 2048);
+}
+
+TEST_F(ProxyMarshallers, FactorsCountOnlyWhenTheyAreNumbers) {
+    const float pixel = 1;
+    const SimpleBlackLevelProxy black(L"n", L"x", std::make_unique<RasterGrayscaleImage>(1, 1, &pixel), 3, 3,
+                                      3);
+    Json::Value value = registry.toJson("BlackLevelProxy", static_cast<const BlackLevelProxy*>(&black), {});
+    value.removeMember("redFactor");
+    value["greenFactor"] = "2";
+    value["blueFactor"] = true;
+    const auto back = readValue<BlackLevelProxy>(value, "BlackLevelProxy");
+    double red = 9;
+    double green = 9;
+    double blue = 9;
+    back->getFactors(red, green, blue);
+    EXPECT_EQ(red, 1);
+    EXPECT_EQ(green, 1);
+    EXPECT_EQ(blue, 1);
+    value["blueFactor"] = 2;
+    readValue<BlackLevelProxy>(value, "BlackLevelProxy")->getFactors(red, green, blue);
+    EXPECT_EQ(blue, 2);
+}
+
+TEST_F(ProxyMarshallers, WhatIsWrongWithAnImagePassesThrough) {
+    for (const char* name : {"BlendProxy", "BlackLevelProxy"}) {
+        EXPECT_EQ(refusalOf([&] { read<void*>(R"({"name":"","xml":"","image":7})", name).release(); }),
+                  refusalOf([&] { registry.fromJson(Json::Value(7), "GrayscaleImage"); }));
+    }
+    EXPECT_NE(refusalOf([&] { read<void*>(R"({"name":"","xml":"","image":7})", "BlendProxy").release(); }),
+              "nothing thrown");
 }
 
 TEST_F(ProxyMarshallers, FactorsThatAProxyLeavesAloneAreOne) {

@@ -108,7 +108,7 @@ struct Position : Value<Point3D> {
 };
 
 /// A mesh goes as its text, and the registry does not read it back: who
-/// receives one reads the text.
+/// receives one gets the text.
 struct Mesh : Object<MeshProxy> {
     static constexpr const char* name = "MeshProxy";
     static constexpr Form form = Form::text;
