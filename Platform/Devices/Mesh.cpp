@@ -13,33 +13,53 @@ namespace {
 
 constexpr const char* source = "Platform/Devices/Mesh";
 
+/// The factors of the elimination in solveLines, for lines of that many knots.
+std::vector<double> eliminationFactors(int knots) {
+    std::vector<double> factors(static_cast<std::size_t>(knots));
+    for (std::size_t i = 1; i + 1 < factors.size(); ++i) {
+        factors[i] = 1.0 / (4.0 - factors[i - 1]);
+    }
+    return factors;
+}
+
 /// Turns the values at the knots into the coefficients of the cubic B-spline
-/// through them. A spline's value at a knot is (a + 4 b + c) / 6 of the
-/// coefficients around it; the natural end condition makes the coefficient at
-/// an end the value itself and the one beyond the end its straight continuation.
+/// through them, on `lines` lines side by side. A spline's value at a knot is
+/// (a + 4 b + c) / 6 of the coefficients around it; the natural end condition
+/// makes the coefficient at an end the value itself and the one beyond the end
+/// its straight continuation.
 ///
-/// The line has `count` knots, `stride` apart, with a coefficient more on either side.
+/// The knots of a line are `stride` apart, with a coefficient more on either
+/// side of them; a line begins next to the one before, `lineStride` apart.
 template <class Coefficient>
-void solveLine(Coefficient* line, int count, std::size_t stride, std::vector<double>& factors) {
-    const auto at = [&](int index) -> Coefficient& {
-        return line[static_cast<std::size_t>(index + 1) * stride];
+void solveLines(Coefficient* first, std::size_t lines, std::size_t lineStride,
+                const std::vector<double>& factors, std::size_t stride) {
+    const std::size_t last = factors.size();  // the knots are 1 to last
+    const auto forEachLine = [&](std::size_t knot, auto&& apply) {
+        Coefficient* here = first + knot * stride;
+        for (std::size_t line = 0; line < lines; ++line, here += lineStride) {
+            apply(here[0], *(here - stride), here[stride]);
+        }
     };
     // The system b[i-1] + 4 b[i] + b[i+1] = 6 f[i] of the inner knots, by
     // elimination down and substitution up.
-    for (int i = 1; i < count - 1; ++i) {
-        const double before = i == 1 ? 0.0 : factors[static_cast<std::size_t>(i - 1)];
-        const double factor = 1.0 / (4.0 - before);
-        factors[static_cast<std::size_t>(i)] = factor;
-        at(i).x = (6.0 * at(i).x - at(i - 1).x) * factor;
-        at(i).y = (6.0 * at(i).y - at(i - 1).y) * factor;
+    for (std::size_t knot = 2; knot < last; ++knot) {
+        const double factor = factors[knot - 1];
+        forEachLine(knot, [&](Coefficient& here, const Coefficient& before, const Coefficient&) {
+            here = {(6.0 * here.x - before.x) * factor, (6.0 * here.y - before.y) * factor};
+        });
     }
-    for (int i = count - 2; i >= 1; --i) {
-        const double factor = factors[static_cast<std::size_t>(i)];
-        at(i).x -= factor * at(i + 1).x;
-        at(i).y -= factor * at(i + 1).y;
+    for (std::size_t knot = last - 1; knot > 1; --knot) {
+        const double factor = factors[knot - 1];
+        forEachLine(knot, [&](Coefficient& here, const Coefficient&, const Coefficient& after) {
+            here = {here.x - factor * after.x, here.y - factor * after.y};
+        });
     }
-    at(-1) = {2.0 * at(0).x - at(1).x, 2.0 * at(0).y - at(1).y};
-    at(count) = {2.0 * at(count - 1).x - at(count - 2).x, 2.0 * at(count - 1).y - at(count - 2).y};
+    forEachLine(1, [](const Coefficient& here, Coefficient& before, const Coefficient& after) {
+        before = {2.0 * here.x - after.x, 2.0 * here.y - after.y};
+    });
+    forEachLine(last, [](const Coefficient& here, const Coefficient& before, Coefficient& after) {
+        after = {2.0 * here.x - before.x, 2.0 * here.y - before.y};
+    });
 }
 
 /// The part of the grid that one coordinate is in, and the weights of the four
@@ -239,14 +259,14 @@ void Mesh::prepareRows() {
     }
     const std::size_t stride = static_cast<std::size_t>(columns) + 2;
     coefficients.resize(stride * (static_cast<std::size_t>(rows) + 2));
-    std::vector<double> factors(static_cast<std::size_t>(columns));
+    const std::vector<double> factors = eliminationFactors(columns);
     auto point = points.begin();
     for (int row = 0; row < rows; ++row) {
         Coefficient* const line = &coefficients[static_cast<std::size_t>(row + 1) * stride];
         for (int column = 1; column <= columns; ++column, ++point) {
             line[column] = {(*point)[0], (*point)[1]};
         }
-        solveLine(line, columns, 1, factors);
+        solveLines(line, 1, stride, factors, 1);
     }
     prepared = Prepared::Rows;
 }
@@ -257,10 +277,7 @@ void Mesh::prepareColumns() {
     }
     prepareRows();
     const std::size_t stride = static_cast<std::size_t>(columns) + 2;
-    std::vector<double> factors(static_cast<std::size_t>(rows));
-    for (std::size_t column = 0; column < stride; ++column) {
-        solveLine(&coefficients[column], rows, stride, factors);
-    }
+    solveLines(coefficients.data(), stride, 1, eliminationFactors(rows), stride);
     prepared = Prepared::All;
 }
 
