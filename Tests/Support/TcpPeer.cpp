@@ -65,10 +65,21 @@ std::string TcpPeer::Link::receive(std::size_t count) {
 
 std::string TcpPeer::Link::receiveRecord() {
     std::string record;
-    for (char next = receive(1)[0]; next != '\0'; next = receive(1)[0]) {
-        record.push_back(next);
+    for (;;) {
+        char ahead[65536];
+        waitFor(handle, POLLIN);
+        const ssize_t seen = ::recv(handle, ahead, sizeof ahead, MSG_PEEK);
+        if (seen <= 0) {
+            give("recv");
+        }
+        const std::size_t length = std::string_view(ahead, static_cast<std::size_t>(seen)).find('\0');
+        if (length != std::string_view::npos) {
+            record += receive(length);
+            receive(1);
+            return record;
+        }
+        record += receive(static_cast<std::size_t>(seen));
     }
-    return record;
 }
 
 void TcpPeer::Link::waitForEnd() {
