@@ -179,11 +179,7 @@ bool Misbehaver::Rule::applies(const std::vector<std::string>& methods) {
     // The top 53 bits as a number from 0 up to 1; the library's own distributions
     // differ between implementations.
     const double chance = static_cast<double>(random() >> 11) * 0x1p-53;
-    if (!(chance < misbehaviour.probability)) {
-        return false;
-    }
-    ++done;
-    return true;
+    return chance < misbehaviour.probability;
 }
 
 void Misbehaver::add(Misbehaviour misbehaviour) {
@@ -194,11 +190,12 @@ void Misbehaver::add(Misbehaviour misbehaviour) {
 Misbehaver::Plan Misbehaver::plan(const std::string& request, std::string reply) {
     Plan plan;
     const std::vector<std::string> methods = methodsOf(request);
-    // Each rule counts what it sees, also where an earlier one has its way.
+    // Each counts its requests and draws its chances, whether or not another has its way.
     Rule* acting = nullptr;
     for (Rule& rule : rules) {
-        if (acting == nullptr && rule.applies(methods)) {
+        if (rule.applies(methods) && acting == nullptr) {
             acting = &rule;
+            ++rule.done;
         }
     }
     const bool due = !reply.empty();

@@ -124,7 +124,7 @@ public:
                 self->send({copy + '\0', true});
             });
         } catch (...) {
-            // No memory for it: the connection has missed a change and is of no use any more.
+            // No memory for it: a connection that has missed a change ends with its next request.
             cutOff = true;
         }
     }
@@ -165,6 +165,10 @@ private:
     /// to wait for a timer or for the peer to read; they call it again.
     void work() {
         while (socket.is_open()) {
+            if (cutOff) {
+                close("it was not told of a change");
+                return;
+            }
             if (waiting || resetWhenSent) {
                 return;
             }
@@ -476,8 +480,11 @@ std::size_t RecordServer::countConnections() const {
 }
 
 void RecordServer::disconnectAll() {
-    asio::post(implementation->context,
-               [server = implementation.get()] { server->closeAll("disconnected on purpose"); });
+    const std::lock_guard guard(implementation->controlLock);
+    if (implementation->thread.joinable()) {
+        asio::post(implementation->context,
+                   [server = implementation.get()] { server->closeAll("disconnected on purpose"); });
+    }
 }
 
 void RecordServer::misbehave(const Misbehaviour& misbehaviour) {

@@ -1,10 +1,12 @@
 #include "Simulator/TrafficText.h"
 
+#include "Common/WideText.h"
+
 namespace JsonDevice {
 
 std::string trafficText(std::string_view text) {
     constexpr std::size_t shown = 400;
-    constexpr const char* digits = "0123456789abcdef";
+    constexpr const wchar_t* digits = L"0123456789abcdef";
     // Not in the middle of a character of several bytes.
     std::size_t end = text.size();
     if (end > shown) {
@@ -13,27 +15,27 @@ std::string trafficText(std::string_view text) {
             --end;
         }
     }
-    std::string line;
-    for (const char c : text.substr(0, end)) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '\n') {
-            line += "\\n";
-        } else if (c == '\r') {
-            line += "\\r";
-        } else if (c == '\t') {
-            line += "\\t";
-        } else if (byte < 0x20 || byte == 0x7F) {
-            line += "\\x";
-            line += digits[byte >> 4];
-            line += digits[byte & 0xF];
+    // By characters, since a terminal obeys control characters beyond ASCII, too.
+    std::wstring line;
+    for (const wchar_t c : toWide(text.substr(0, end))) {
+        if (c == L'\n') {
+            line += L"\\n";
+        } else if (c == L'\r') {
+            line += L"\\r";
+        } else if (c == L'\t') {
+            line += L"\\t";
+        } else if (c < 0x20 || (c >= 0x7F && c <= 0x9F)) {
+            line += L"\\x";
+            line += digits[c >> 4];
+            line += digits[c & 0xF];
         } else {
             line += c;
         }
     }
     if (end < text.size()) {
-        line += "... (" + std::to_string(text.size()) + " bytes)";
+        line += L"... (" + std::to_wstring(text.size()) + L" bytes)";
     }
-    return line;
+    return toUtf8(line);
 }
 
 }  // namespace JsonDevice

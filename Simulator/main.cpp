@@ -15,6 +15,8 @@
 
 namespace {
 
+constexpr int wrongUsage = 2;
+
 /// The library's own warnings go to standard error; what it traces is shown by --verbose better.
 void configureLogging() {
     using namespace log4cxx;
@@ -67,7 +69,11 @@ int main(int argc, char** argv) {
         ->allow_extra_args(false);
     app.add_option("--largest-record", largestRecord, "The largest record taken, in bytes")
         ->capture_default_str();
-    CLI11_PARSE(app, argc, argv);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : wrongUsage;
+    }
 
     configureLogging();
 
@@ -93,6 +99,9 @@ int main(int argc, char** argv) {
         int received = 0;
         sigwait(&signals, &received);
         return 0;
+    } catch (const KorvanParseException& error) {
+        std::cerr << "jsondevice-sim: " << toUtf8(error.getMessage()) << '\n';
+        return wrongUsage;
     } catch (const KorvanExceptionBase& error) {
         std::cerr << "jsondevice-sim: " << toUtf8(error.getMessage()) << '\n';
         return 1;
