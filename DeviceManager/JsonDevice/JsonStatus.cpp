@@ -20,9 +20,11 @@ namespace Methods = Vocabulary::Status;
 
 using Names = std::vector<std::wstring>;
 using Numbers = std::vector<int>;
+using Lists = std::pair<Names, Numbers>;
+using KnownLists = std::pair<bool, Lists>;
 
 auto namesAndNumbers() {
-    return std::make_shared<JTypePair<Names, Numbers>>(
+    return std::make_shared<JTypePair<Lists>>(
         std::make_shared<JTypeVector<std::wstring>>(std::make_shared<JTypeWString<std::wstring>>()),
         std::make_shared<JTypeVector<int>>(std::make_shared<JTypeInteger<int>>()));
 }
@@ -49,13 +51,12 @@ void JsonStatus::registerStatusInterfaceTypes() {
         registry.registerType<Numbers, JTypeVector<int>>("std::vector<int>",
                                                          std::make_shared<JTypeInteger<int>>());
     }
-    using Pair = std::pair<Names, Numbers>;
     if (!registry.isRegistered("PairVectorStringVectorInt")) {
-        registry.registerType<Pair>("PairVectorStringVectorInt", namesAndNumbers(),
-                                    []() -> void* { return new Pair(); });
+        registry.registerType<Lists>("PairVectorStringVectorInt", namesAndNumbers(),
+                                     []() -> void* { return new Lists(); });
     }
     if (!registry.isRegistered("PairBoolPairVectorStringVectorInt")) {
-        registry.registerType<std::pair<bool, Pair>, JTypePair<bool, Pair>>(
+        registry.registerType<KnownLists, JTypePair<KnownLists>>(
             "PairBoolPairVectorStringVectorInt", std::make_shared<JTypeBool<bool>>(), namesAndNumbers());
     }
 }

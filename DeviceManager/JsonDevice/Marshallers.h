@@ -189,9 +189,12 @@ private:
     std::shared_ptr<const void> owner;
 };
 
-/// std::pair<A, B> as {"first": A, "second": B}.
-template <class A, class B>
+/// A std::pair as {"first": ..., "second": ...}.
+template <class T>
 class JTypePair : public JType {
+    using A = typename T::first_type;
+    using B = typename T::second_type;
+
 public:
     template <class First, class Second>
     JTypePair(std::shared_ptr<First> firstMarshaller, std::shared_ptr<Second> secondMarshaller)
@@ -204,7 +207,7 @@ public:
         if (object == nullptr) {
             return Json::Value();
         }
-        const auto& pair = *static_cast<const std::pair<A, B>*>(object);
+        const T& pair = *static_cast<const T*>(object);
         Json::Value value(Json::objectValue);
         value["first"] = first->toJson(&pair.first, {});
         value["second"] = second->toJson(&pair.second, {});
@@ -222,7 +225,7 @@ public:
         if (!a || !b) {
             refuse(refusal, 398);
         }
-        return new std::pair<A, B>(std::move(*a), std::move(*b));
+        return new T(std::move(*a), std::move(*b));
     }
 
 private:
