@@ -317,6 +317,9 @@ private:
         } else if (resetWhenSent) {
             reset();
             return;
+        } else if (inputEnded) {
+            close({});
+            return;
         }
         if (full && repliesQueued <= repliesInAdvance) {
             full = false;
@@ -350,6 +353,8 @@ private:
     /// For the peer to read its replies.
     bool full = false;
     bool resetWhenSent = false;
+    /// The peer sends no more; it is still given what it is owed.
+    bool inputEnded = false;
 
     std::deque<Outgoing> queue;
     std::vector<Outgoing> writing;

@@ -37,7 +37,7 @@ public:
         /// with an error and skipped without being kept.
         std::size_t largestRecord = std::size_t{512} << 20;
         /// How many bytes of notifications may wait for one connection.
-        std::size_t largestBacklog = std::size_t{4} << 20;
+        std::size_t largestBacklog = std::size_t{16} << 20;
         /// Sees all traffic; may be empty. Must not throw.
         std::function<void(const TrafficEvent&)> onTraffic = {};
         /// Called about once a second while the server runs; may be empty. Must not throw.

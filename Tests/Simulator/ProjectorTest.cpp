@@ -40,9 +40,8 @@ protected:
 
 /// Interfaces that the simulated projector does not have yet.
 const std::set<std::string_view> withoutModel{
-    "BlackLevelInterface", "BlendingInterface", "ColorInterface",
-    "ControlInterface",    "GammaInterface",    "IGInterface",
-    "MaskingInterface",    "ModelInterface",    "WarpInterface",
+    "BlackLevelInterface", "BlendingInterface", "ColorInterface", "ControlInterface", "GammaInterface",
+    "IGInterface",         "MaskingInterface",  "ModelInterface", "WarpInterface",
 };
 
 TEST_F(ProjectorTest, HasAFunctionForEveryMethodOfTheVocabulary) {

@@ -132,6 +132,16 @@ TEST_F(SimulatorTest, AnswersThePeerThatHasFinishedSending) {
     EXPECT_TRUE(traffic.waitFor("disconnected "));
 }
 
+TEST_F(SimulatorTest, OwesThePeerThatHasFinishedSendingTheWholeReply) {
+    const std::string text(20'000'000, 'a');
+    simulator->getProjector().set("model", text);
+    const auto client = connect();
+    client->sendRecord(getModel);
+    client->closeSending();
+    EXPECT_TRUE(client->receiveToEnd() == result("\"" + text + "\"") + '\0');
+    EXPECT_FALSE(client->wasReset());
+}
+
 TEST_F(SimulatorTest, ServesManyConnections) {
     constexpr int count = 100;
     std::vector<std::unique_ptr<RawClient>> clients;
