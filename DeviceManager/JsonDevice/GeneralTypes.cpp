@@ -9,6 +9,7 @@
 #include "DeviceManager/JsonDevice/Marshallers.h"
 #include "Platform/Devices/RasterGrayscaleImage.h"
 #include "Platform/Devices/RasterRGBImage.h"
+#include "Platform/Devices/TestPatternInterface.h"
 
 namespace JsonDevice {
 
@@ -37,6 +38,8 @@ void registerGeneralTypes(MarshalJson& registry) {
     registry.registerType<bool, JTypeBool<bool>>("bool");
     registry.registerType<std::string, JTypeString<std::string>>("std::string");
     registry.registerType<std::wstring, JTypeWString<std::wstring>>("std::wstring");
+    using Colour = TestPatternInterface::TestPatternColour;
+    registry.registerType<Colour, JTypeInteger<Colour>>("TestPatternInterface::TestPatternColour");
 
     registerVector<char, JTypeInteger>(registry, "std::vector<char>");
     registerVector<short, JTypeInteger>(registry, "std::vector<short>");

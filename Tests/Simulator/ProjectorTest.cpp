@@ -42,6 +42,10 @@ protected:
 const std::set<std::string_view> withoutModel{
     "BlackLevelInterface", "BlendingInterface", "ColorInterface", "ControlInterface", "GammaInterface",
     "IGInterface",         "MaskingInterface",  "ModelInterface", "WarpInterface",
+    // Patterns:
+    "CheckPatternInterface", "GridTestPatternInterface", "PreWarpBlockPattern",
+    "ProjectorBlockPatternInterface", "TestPatternInterface", "UploadTestPatternInterface",
+    "UserTestPatternInterface",
 };
 
 TEST_F(ProjectorTest, HasAFunctionForEveryMethodOfTheVocabulary) {

@@ -8,6 +8,7 @@
 #include "Platform/Devices/ColorInterface.h"
 #include "Platform/Devices/Gamut.h"
 #include "Platform/Devices/Point.h"
+#include "Platform/Devices/TestPatternInterface.h"
 
 class BlackLevelProxy;
 class BlendProxy;
@@ -140,6 +141,28 @@ struct ColorGamut : Value<Gamut> {
 /// Registered by JsonColor.
 struct ColorAdjustmentTypes : Value<std::vector<ColorInterface::ColorAdjustmentType>> {
     static constexpr const char* name = "std::vector<ColorInterface::ColorAdjustmentType>";
+    static constexpr Form form = Form::json;
+};
+
+/// Narrow text, its bytes as they stand. Here it is base64, of which a wide copy would be large.
+struct Bytes : Value<std::string> {
+    static constexpr const char* name = "std::string";
+    static constexpr Form form = Form::text;
+};
+
+struct Colour : Value<TestPatternInterface::TestPatternColour> {
+    static constexpr const char* name = "TestPatternInterface::TestPatternColour";
+    static constexpr Form form = Form::integer;
+};
+
+/// The column and the row of a pixel, or a width and a height in pixels.
+struct Pixel : Value<Point2I> {
+    static constexpr const char* name = "Point2I";
+    static constexpr Form form = Form::json;
+};
+
+struct Pixels : Value<std::vector<Point2I>> {
+    static constexpr const char* name = "std::vector<Point2I>";
     static constexpr Form form = Form::json;
 };
 
