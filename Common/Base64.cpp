@@ -75,7 +75,7 @@ std::size_t decode(const char* text, std::size_t length, unsigned char* bytes, s
         auto invalid = hn::Zero(d8);
         const auto numbers = Base64Vectors::HWY_NAMESPACE::toNumbers(
             d8, hn::LoadU(d8, reinterpret_cast<const std::uint8_t*>(text)), invalid);
-        if (!hn::AllTrue(d8, hn::Eq(invalid, hn::Zero(d8)))) {
+        if (Base64Vectors::HWY_NAMESPACE::anyInvalid(d8, invalid)) {
             break;
         }
         const auto in16 = hn::BitCast(d16, numbers);

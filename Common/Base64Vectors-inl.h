@@ -13,12 +13,43 @@
 
 #include <hwy/highway.h>
 
+#include "Common/Base64Portable.h"
+
 #if HWY_TARGET != HWY_SCALAR
 
 HWY_BEFORE_NAMESPACE();
 namespace Base64Vectors::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
+
+#if HWY_TARGET == HWY_AVX3_DL
+
+// One instruction looks 64 characters up in a table of 64, and one in a table of 128.
+
+template <class D8, class V8 = hn::Vec<D8>>
+HWY_INLINE V8 toCharacters(D8 d8, V8 numbers) {
+    static_assert(hn::MaxLanes(d8) == 64);
+    return V8{_mm512_permutexvar_epi8(numbers.raw, _mm512_loadu_si512(base64Alphabet))};
+}
+
+template <class D8, class V8 = hn::Vec<D8>>
+HWY_INLINE V8 toNumbers(D8 d8, V8 characters, V8& invalid) {
+    static_assert(hn::MaxLanes(d8) == 64);
+    const std::uint8_t* const values = Base64Portable::values.data();
+    const V8 numbers{_mm512_permutex2var_epi8(_mm512_loadu_si512(values), characters.raw,
+                                              _mm512_loadu_si512(values + 64))};
+    // The top bit of either says that there is no such character.
+    invalid = hn::Or3(invalid, characters, numbers);
+    return numbers;
+}
+
+template <class D8, class V8 = hn::Vec<D8>>
+HWY_INLINE bool anyInvalid(D8 d8, V8 invalid) {
+    const hn::RebindToSigned<D8> i8;
+    return !hn::AllFalse(i8, hn::MaskFromVec(hn::BitCast(i8, invalid)));
+}
+
+#else
 
 /// Numbers 0..63 to characters: each number falls into one of five ranges, and
 /// the distance from number to character is looked up by range.
@@ -48,8 +79,8 @@ HWY_INLINE V8 toCharacters(D8 d8, V8 numbers) {
     return hn::Add(numbers, hn::TableLookupBytes(hn::LoadDup128(d8, distances), range));
 }
 
-/// Characters to numbers 0..63. `invalid` collects, in any of its bits, whether a
-/// lane held something outside the alphabet; that lane's number means nothing.
+/// Characters to numbers 0..63. `invalid` collects, for anyInvalid, whether a lane
+/// held something outside the alphabet; that lane's number means nothing.
 ///
 /// Of a byte's two halves each names, as a set of bits, the reasons for which the
 /// byte cannot be of the alphabet; a byte is outside when its halves agree on one.
@@ -77,6 +108,13 @@ HWY_INLINE V8 toNumbers(D8 d8, V8 characters, V8& invalid) {
     const auto range = hn::Add(upper, isSlash);
     return hn::Add(characters, hn::TableLookupBytes(hn::LoadDup128(d8, distances), range));
 }
+
+template <class D8, class V8 = hn::Vec<D8>>
+HWY_INLINE bool anyInvalid(D8 d8, V8 invalid) {
+    return !hn::AllTrue(d8, hn::Eq(invalid, hn::Zero(d8)));
+}
+
+#endif
 
 }  // namespace Base64Vectors::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

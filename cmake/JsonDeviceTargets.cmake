@@ -8,6 +8,9 @@ function(jsondevice_common_settings target)
   target_compile_features(${target} PUBLIC cxx_std_20)
   # Unique symbols would keep the library in memory after it was unloaded.
   target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
+  # Marshallers have no virtual destructor, and the registry deletes each by its own type.
+  target_compile_options(${target} PRIVATE
+    $<$<CXX_COMPILER_ID:Clang>:-Wno-delete-non-abstract-non-virtual-dtor>)
   # What is defined in single precision is computed so: no product is fused with a
   # sum, whichever instruction set a part is compiled for.
   target_compile_options(${target} PRIVATE -ffp-contract=off)

@@ -65,9 +65,9 @@ std::string portableText(const Values& values, float limit = grayscaleLimit) {
 
 /// Decodes into memory `shift` floats behind an aligned address, with guards around.
 template <class Decode>
-Values decoded(Decode decode, const std::string& text, std::size_t count, std::size_t shift, bool streaming) {
+Values decoded(Decode decode, const std::string& text, std::size_t count, std::size_t shift) {
     Values memory(count + shift + 32, -1.0F);
-    decode(text.data(), text.data() + text.size(), memory.data() + shift, count, streaming);
+    decode(text.data(), text.data() + text.size(), memory.data() + shift, count);
     for (std::size_t i = 0; i < memory.size(); ++i) {
         if ((i < shift || i >= shift + count) && memory[i] != -1.0F) {
             ADD_FAILURE() << "wrote outside, at " << static_cast<long>(i) - static_cast<long>(shift);
@@ -175,15 +175,13 @@ TEST(ExpandBytes, EveryByteOnEveryTargetAtEveryAlignment) {
     }
     onEveryTarget([&] {
         for (std::size_t shift = 0; shift < 17; ++shift) {
-            for (const bool streaming : {false, true}) {
-                for (const std::size_t count : {0, 1, 15, 16, 17, 1000}) {
-                    Values values(count + shift + 1, -1.0F);
-                    expandBytes(bytes.data(), count, values.data() + shift, streaming);
-                    for (std::size_t i = 0; i < count; ++i) {
-                        ASSERT_EQ(values[shift + i], static_cast<float>(bytes[i] / 255.0)) << i;
-                    }
-                    ASSERT_EQ(values.back(), -1.0F);
+            for (const std::size_t count : {0, 1, 15, 16, 17, 1000}) {
+                Values values(count + shift + 1, -1.0F);
+                expandBytes(bytes.data(), count, values.data() + shift);
+                for (std::size_t i = 0; i < count; ++i) {
+                    ASSERT_EQ(values[shift + i], static_cast<float>(bytes[i] / 255.0)) << i;
                 }
+                ASSERT_EQ(values.back(), -1.0F);
             }
         }
     });
@@ -227,15 +225,13 @@ TEST(DecodeRuns, EveryTargetEqualsThePortableForm) {
     for (unsigned seed = 0; seed < 40; ++seed) {
         const Values values = valuesWithRuns(seed, 20 + 60 * (seed % 8));
         const std::string encoded = portableText(values) + (seed % 2 == 0 ? "" : "AA/BB");
-        const Values expected = decoded(Portable::decodeRuns, encoded, values.size(), 0, false);
+        const Values expected = decoded(Portable::decodeRuns, encoded, values.size(), 0);
         onEveryTarget([&] {
             for (const std::size_t shift : {0, 1, 15, 16, 31}) {
-                for (const bool streaming : {false, true}) {
-                    ASSERT_EQ(decoded(decodeRuns, encoded, values.size(), shift, streaming), expected);
-                }
+                ASSERT_EQ(decoded(decodeRuns, encoded, values.size(), shift), expected);
             }
             for (std::size_t count = 0; count < values.size(); count += 1 + count / 7) {
-                ASSERT_EQ(decoded(decodeRuns, encoded, count, 0, false),
+                ASSERT_EQ(decoded(decodeRuns, encoded, count, 0),
                           Values(expected.begin(), expected.begin() + static_cast<long>(count)));
             }
         });
@@ -253,8 +249,8 @@ TEST(DecodeRuns, AnyTextOfTheAlphabetIsTheSameOnEveryTarget) {
             text += random() % 8 == 0 ? 'A' : base64Alphabet[random() % 64];
         }
         // A hundred values are always in it: each token but an empty run has one at least.
-        const Values expected = decoded(Portable::decodeRuns, text, 100, 0, false);
-        onEveryTarget([&] { ASSERT_EQ(decoded(decodeRuns, text, 100, 3, false), expected) << text; });
+        const Values expected = decoded(Portable::decodeRuns, text, 100, 0);
+        onEveryTarget([&] { ASSERT_EQ(decoded(decodeRuns, text, 100, 3), expected) << text; });
     }
 }
 

@@ -76,14 +76,12 @@ void encodePlain(const ValueSource& source, char* text, std::size_t workers) {
 }
 
 void expand(const std::uint8_t* bytes, std::size_t count, float* values, std::size_t workers) {
-    const bool streaming = count >= streamingValues;
     forEachPiece(count, pieceValues, workers, [&](std::size_t begin, std::size_t end) {
-        expandBytes(bytes + begin, end - begin, values + begin, streaming);
+        expandBytes(bytes + begin, end - begin, values + begin);
     });
 }
 
 bool decodePlain(std::string_view text, float* values, std::size_t count, std::size_t workers) {
-    const bool streaming = count >= streamingValues;
     std::atomic<bool> complete{true};
     forEachPiece(count, pieceValues, workers, [&](std::size_t begin, std::size_t end) {
         std::array<std::uint8_t, stepBytes> bytes;
@@ -94,7 +92,7 @@ bool decodePlain(std::string_view text, float* values, std::size_t count, std::s
                 complete = false;
                 return;
             }
-            expandBytes(bytes.data(), wanted, values + begin, streaming);
+            expandBytes(bytes.data(), wanted, values + begin);
         }
     });
     return complete;

@@ -18,10 +18,6 @@ inline constexpr float runLengthScale = 2048.0F;
 inline constexpr float grayscaleLimit = 2048.0F;
 inline constexpr float rgbLimit = 4031.0F;
 
-/// From so many values on an image is larger than the caches, and decoders write
-/// past them.
-inline constexpr std::size_t streamingValues = std::size_t{1} << 21;
-
 /// Where a run-length encoder stands: in a run of values of which the first has
 /// been written, and `repeats` more have not.
 struct RunState {
@@ -54,21 +50,21 @@ char* closeRun(RunState& state, char* out);
 char* encodeRuns(const float* values, std::size_t count, float limit, RunState& state, char* out);
 RunScan scanRuns(const char* text, std::size_t tokens);
 /// Decodes `count` values from text that is known to hold them; a run before any
-/// value repeats 0. `streaming` writes past the caches.
-void decodeRuns(const char* text, const char* end, float* values, std::size_t count, bool streaming);
+/// value repeats 0.
+void decodeRuns(const char* text, const char* end, float* values, std::size_t count);
 
 /// Quantises to bytes: limited to 0..1, x 255, rounded by truncating x + 0.5, NaN as 0.
 void quantiseBytes(const float* values, std::size_t count, std::uint8_t* bytes);
 /// Each byte / 255.
-void expandBytes(const std::uint8_t* bytes, std::size_t count, float* values, bool streaming);
+void expandBytes(const std::uint8_t* bytes, std::size_t count, float* values);
 
 namespace Portable {
 
 char* encodeRuns(const float* values, std::size_t count, float limit, RunState& state, char* out);
 RunScan scanRuns(const char* text, std::size_t tokens);
-void decodeRuns(const char* text, const char* end, float* values, std::size_t count, bool streaming);
+void decodeRuns(const char* text, const char* end, float* values, std::size_t count);
 void quantiseBytes(const float* values, std::size_t count, std::uint8_t* bytes);
-void expandBytes(const std::uint8_t* bytes, std::size_t count, float* values, bool streaming);
+void expandBytes(const std::uint8_t* bytes, std::size_t count, float* values);
 
 }  // namespace Portable
 

@@ -91,7 +91,7 @@ RunScan scanRuns(const char* text, std::size_t tokens) {
     return scan;
 }
 
-void decodeRuns(const char* text, const char* end, float* values, std::size_t count, bool) {
+void decodeRuns(const char* text, const char* end, float* values, std::size_t count) {
     int pending = 0;
     int current = 0;
     for (std::size_t i = 0; i < count; ++i) {
@@ -118,7 +118,7 @@ void quantiseBytes(const float* values, std::size_t count, std::uint8_t* bytes) 
     }
 }
 
-void expandBytes(const std::uint8_t* bytes, std::size_t count, float* values, bool) {
+void expandBytes(const std::uint8_t* bytes, std::size_t count, float* values) {
     for (std::size_t i = 0; i < count; ++i) {
         values[i] = static_cast<float>(bytes[i] / 255.0);
     }

@@ -192,20 +192,18 @@ private:
 
 class DecodeJob final : public PieceJob {
 public:
-    DecodeJob(const RunLengthPlan& plan, float* values)
-        : plan(plan), values(values), streaming(plan.values >= streamingValues) {}
+    DecodeJob(const RunLengthPlan& plan, float* values) : plan(plan), values(values) {}
 
     void produce(std::size_t piece, std::size_t) override {
         const std::size_t begin = plan.pieces[piece].value;
         const std::size_t end = piece + 1 < plan.pieces.size() ? plan.pieces[piece + 1].value : plan.values;
         decodeRuns(plan.text.data() + plan.pieces[piece].text, plan.text.data() + plan.text.size(),
-                   values + begin, end - begin, streaming);
+                   values + begin, end - begin);
     }
 
 private:
     const RunLengthPlan& plan;
     float* values;
-    bool streaming;
 };
 
 }  // namespace

@@ -10,7 +10,6 @@
 #include <cstdint>
 #include <cstring>
 
-#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include "Common/Base64Portable.h"
@@ -41,29 +40,71 @@ using Tokens = hn::CappedTag<std::uint16_t, 32>;
 using Characters = hn::Repartition<std::uint8_t, Tokens>;
 using Floats = hn::Repartition<float, Tokens>;
 using Integers = hn::Repartition<std::int32_t, Tokens>;
+using SignedTokens = hn::Repartition<std::int16_t, Tokens>;
 using HalfTokens = hn::Half<Tokens>;
 constexpr std::size_t mostTokens = 32;
 
 // ---- Encoding
 
-/// 0..limit + 0.5, NaN as 0; multiplied and added in two steps of their own.
-HWY_INLINE hn::Vec<Integers> quantised(Floats df, const float* values, float scale, float limit) {
-    const auto sum = hn::Add(hn::Mul(hn::LoadU(df, values), hn::Set(df, scale)), hn::Set(df, 0.5F));
-    const auto positive = hn::IfThenElseZero(hn::Gt(sum, hn::Zero(df)), sum);
-    return hn::ConvertTo(Integers(), hn::Min(positive, hn::Set(df, limit)));
+/// Truncates. What is NaN or below 0 gives something below 1; nothing is as large
+/// as 2^31. Highway's own conversion takes care of larger values too, and longer.
+HWY_INLINE hn::Vec<Integers> truncated(hn::Vec<Floats> value) {
+#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
+    return {_mm512_cvttps_epi32(value.raw)};
+#elif HWY_TARGET == HWY_AVX2
+    return {_mm256_cvttps_epi32(value.raw)};
+#elif HWY_TARGET == HWY_SSE4 || HWY_TARGET == HWY_SSSE3
+    return {_mm_cvttps_epi32(value.raw)};
+#else
+    const Floats df;
+    return hn::ConvertTo(Integers(), hn::IfThenElseZero(hn::Gt(value, hn::Zero(df)), value));
+#endif
+}
+
+/// The smaller of the two; NaN when the value is.
+HWY_INLINE hn::Vec<Floats> limited(hn::Vec<Floats> value, hn::Vec<Floats> limit) {
+    return hn::Min(limit, value);  // in this order, on x86
+}
+
+/// Two vectors of integers as one, in order. What is below 0 stays so.
+HWY_INLINE hn::Vec<SignedTokens> joined(hn::Vec<Integers> low, hn::Vec<Integers> high) {
+#if HWY_ARCH_X86
+    // Packing goes block by block of 128 bits, and so mixes the two.
+    const auto mixed = hn::ReorderDemote2To(SignedTokens(), low, high);
+#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
+    HWY_ALIGN static constexpr std::int32_t order[16] = {0, 1, 4, 5, 8,  9,  12, 13,
+                                                         2, 3, 6, 7, 10, 11, 14, 15};
+#elif HWY_TARGET == HWY_AVX2
+    HWY_ALIGN static constexpr std::int32_t order[8] = {0, 1, 4, 5, 2, 3, 6, 7};
+#else
+    return mixed;
+#endif
+#if HWY_TARGET <= HWY_AVX2
+    const Integers di;
+    const auto words = hn::TableLookupLanes(hn::BitCast(di, mixed), hn::SetTableIndices(di, order));
+    return hn::BitCast(SignedTokens(), words);
+#endif
+#else
+    const hn::Half<SignedTokens> half;
+    return hn::Combine(SignedTokens(), hn::DemoteTo(half, high), hn::DemoteTo(half, low));
+#endif
 }
 
 /// The text of as many values as there are tokens in a vector.
 HWY_INLINE hn::Vec<Tokens> textOf(const float* values, float limit) {
     const Tokens d16;
+    const Characters d8;
     const Floats df;
-    const HalfTokens half;
-    const auto low = hn::DemoteTo(half, quantised(df, values, runLengthScale, limit));
-    const auto high = hn::DemoteTo(half, quantised(df, values + hn::Lanes(df), runLengthScale, limit));
-    const auto numbers = hn::Combine(d16, high, low);
+    const auto quantised = [&](const float* from) {
+        const auto sum =
+            hn::Add(hn::Mul(hn::LoadU(df, from), hn::Set(df, runLengthScale)), hn::Set(df, 0.5F));
+        return truncated(limited(sum, hn::Set(df, limit)));
+    };
+    const auto levels = joined(quantised(values), quantised(values + hn::Lanes(df)));
+    const auto numbers = hn::BitCast(d16, hn::Max(levels, hn::Zero(SignedTokens())));
     const auto digits =
-        hn::Or(hn::ShiftRight<6>(numbers), hn::ShiftLeft<8>(hn::And(numbers, hn::Set(d16, 63))));
-    return hn::BitCast(d16, b64::toCharacters(Characters(), hn::BitCast(Characters(), digits)));
+        hn::OrAnd(hn::ShiftRight<6>(numbers), hn::ShiftLeft<8>(numbers), hn::Set(d16, 0x3F00));
+    return hn::BitCast(d16, b64::toCharacters(d8, hn::BitCast(d8, digits)));
 }
 
 /// Whether all values have the same bits, and so the same text, as the one before them.
@@ -192,15 +233,17 @@ char* encodeRuns(const float* values, std::size_t count, float limit, RunState& 
 
 void quantiseBytes(const float* values, std::size_t count, std::uint8_t* bytes) {
     const Floats df;
-    const hn::Rebind<std::uint8_t, Floats> d8;
+    const hn::Rebind<std::uint8_t, Tokens> d8;
+    const auto quantised = [&](const float* from) {
+        const auto value = limited(hn::LoadU(df, from), hn::Set(df, 1.0F));
+        return truncated(hn::Add(hn::Mul(value, hn::Set(df, 255.0F)), hn::Set(df, 0.5F)));
+    };
     const std::size_t lanes = hn::Lanes(df);
     std::size_t i = 0;
-    for (; i + lanes <= count; i += lanes) {
-        const auto value = hn::LoadU(df, values + i);
-        const auto positive = hn::IfThenElseZero(hn::Gt(value, hn::Zero(df)), value);
-        const auto limited = hn::Min(positive, hn::Set(df, 1.0F));
-        const auto sum = hn::Add(hn::Mul(limited, hn::Set(df, 255.0F)), hn::Set(df, 0.5F));
-        hn::StoreU(hn::DemoteTo(d8, hn::ConvertTo(Integers(), sum)), d8, bytes + i);
+    for (; i + 2 * lanes <= count; i += 2 * lanes) {
+        // What is below 0 becomes 0 here.
+        const auto numbers = joined(quantised(values + i), quantised(values + i + lanes));
+        hn::StoreU(hn::DemoteTo(d8, numbers), d8, bytes + i);
     }
     Portable::quantiseBytes(values + i, count - i, bytes + i);
 }
@@ -229,8 +272,7 @@ RunScan scanRuns(const char* text, std::size_t tokens) {
             values = hn::Add(values, holds);
         }
         tokens -= rounds * lanes;
-        const auto damaged = hn::Or(hn::BitCast(d16, invalid), empty);
-        scan.clean = hn::AllTrue(d16, hn::Eq(damaged, hn::Zero(d16)));
+        scan.clean = !b64::anyInvalid(d8, invalid) && hn::AllTrue(d16, hn::Eq(empty, hn::Zero(d16)));
         const auto pairs = hn::BitCast(d32, values);
         const auto sums = hn::Add(hn::And(pairs, hn::Set(d32, 0xFFFF)), hn::ShiftRight<16>(pairs));
         scan.values += hn::GetLane(hn::SumOfLanes(d32, sums));
@@ -241,73 +283,24 @@ RunScan scanRuns(const char* text, std::size_t tokens) {
     return scan;
 }
 
-/// Floats on their way to memory. They are collected in the first-level cache and
-/// go out as whole cache lines, past the caches where that is asked for: memory
-/// that is only written then need not be read first.
-class FloatWriter {
-public:
-    FloatWriter(float* out, bool streaming)
-        : line(out - misalignment(out)), filled(misalignment(out)), skipped(filled), streaming(streaming) {}
-
-    /// Where the next `most` floats can be put; writing up to `slack` beyond them
-    /// does no harm.
-    HWY_INLINE float* room() {
-        if (filled >= flushed) {
-            flush();
-        }
-        return buffer + filled;
+/// Writes `count` copies, and up to a vector more behind them.
+HWY_INLINE void repeat(float value, std::size_t count, float* out) {
+    const Floats df;
+    const auto values = hn::Set(df, value);
+    for (std::size_t i = 0; i < count; i += hn::Lanes(df)) {
+        hn::StoreU(values, df, out + i);
     }
-    HWY_INLINE void added(std::size_t count) { filled += count; }
+}
 
-    void finish() {
-        if (filled >= flushed) {
-            flush();
-        }
-        std::memcpy(line + skipped, buffer + skipped, (filled - skipped) * sizeof(float));
-        if (streaming) {
-            hwy::FlushStream();
-        }
+/// The same for copies of `count` values at `from`.
+HWY_INLINE void copy(const float* from, std::size_t count, float* out) {
+    const Floats df;
+    for (std::size_t i = 0; i < count; i += hn::Lanes(df)) {
+        hn::StoreU(hn::LoadU(df, from + i), df, out + i);
     }
+}
 
-    static constexpr std::size_t most = 64;
-    static constexpr std::size_t slack = 64;
-
-private:
-    static constexpr std::size_t lineFloats = 16;
-    static constexpr std::size_t flushed = 1024;
-
-    static std::size_t misalignment(const float* out) {
-        return reinterpret_cast<std::uintptr_t>(out) % (lineFloats * sizeof(float)) / sizeof(float);
-    }
-
-    HWY_NOINLINE void flush() {
-        const Floats df;
-        std::size_t i = 0;
-        if (skipped > 0) {
-            std::memcpy(line + skipped, buffer + skipped, (lineFloats - skipped) * sizeof(float));
-            skipped = 0;
-            i = lineFloats;
-        }
-        if (streaming) {
-            for (; i < flushed; i += hn::Lanes(df)) {
-                hn::Stream(hn::Load(df, buffer + i), df, line + i);
-            }
-        } else {
-            std::memcpy(line + i, buffer + i, (flushed - i) * sizeof(float));
-        }
-        line += flushed;
-        filled -= flushed;
-        std::memcpy(buffer, buffer + flushed, filled * sizeof(float));
-    }
-
-    HWY_ALIGN float buffer[flushed + most + slack];
-    float* line;
-    std::size_t filled;
-    std::size_t skipped;
-    bool streaming;
-};
-
-void decodeRuns(const char* text, const char* end, float* values, std::size_t count, bool streaming) {
+void decodeRuns(const char* text, const char* end, float* values, std::size_t count) {
     const Tokens d16;
     const Characters d8;
     const Floats df;
@@ -315,83 +308,88 @@ void decodeRuns(const char* text, const char* end, float* values, std::size_t co
     const HalfTokens half;
     const std::size_t lanes = hn::Lanes(d16);
     const auto scale = hn::Set(df, 1 / runLengthScale);
-    FloatWriter writer(values, streaming);
-    float current = 0;
-    bool valueDue = false;  // behind an empty run there is a value, whatever it looks like
-    while (count > 0 && end - text >= 2) {
-        if (static_cast<std::size_t>(end - text) >= 2 * lanes && count >= lanes && !valueDue) {
-            const auto characters = hn::LoadU(d8, reinterpret_cast<const std::uint8_t*>(text));
-            const auto first = hn::And(hn::BitCast(d16, characters), hn::Set(d16, 0xFF));
-            if (hn::AllFalse(d16, hn::Eq(first, hn::Set(d16, '/')))) {
-                auto unused = hn::Zero(d8);
-                const auto digits = hn::BitCast(d16, b64::toNumbers(d8, characters, unused));
-                const auto numbers =
-                    hn::Or(hn::ShiftLeft<6>(hn::And(digits, hn::Set(d16, 0xFF))), hn::ShiftRight<8>(digits));
-                const auto low = hn::PromoteTo(di, hn::LowerHalf(half, numbers));
-                const auto high = hn::PromoteTo(di, hn::UpperHalf(half, numbers));
-                float* const out = writer.room();
-                hn::StoreU(hn::Mul(hn::ConvertTo(df, low), scale), df, out);
-                hn::StoreU(hn::Mul(hn::ConvertTo(df, high), scale), df, out + hn::Lanes(df));
-                writer.added(lanes);
-                current = out[lanes - 1];
-                text += 2 * lanes;
-                count -= lanes;
-                continue;
-            }
+    float* out = values;
+    float* const last = values + count;
+    // Vectors of tokens, as long as the text has them and there is room for what one
+    // step may write: the values of a vector, a run, and a vector more behind each.
+    constexpr std::ptrdiff_t step = mostTokens + 64 + 2 * mostTokens;
+    float level[2 * mostTokens];
+    while (last - out > step && end - text >= static_cast<std::ptrdiff_t>(2 * lanes)) {
+        const auto characters = hn::LoadU(d8, reinterpret_cast<const std::uint8_t*>(text));
+        auto unused = hn::Zero(d8);
+        const auto digits = hn::BitCast(d16, b64::toNumbers(d8, characters, unused));
+        const auto first = hn::And(digits, hn::Set(d16, 0xFF));
+        const auto second = hn::ShiftRight<8>(digits);
+        const auto numbers = hn::Or(hn::ShiftLeft<6>(first), second);
+        const auto low = hn::Mul(hn::ConvertTo(df, hn::PromoteTo(di, hn::LowerHalf(half, numbers))), scale);
+        const auto high = hn::Mul(hn::ConvertTo(df, hn::PromoteTo(di, hn::UpperHalf(half, numbers))), scale);
+        const auto isRun = hn::Eq(first, hn::Set(d16, 63));
+        if (hn::AllFalse(d16, isRun)) {
+            hn::StoreU(low, df, out);
+            hn::StoreU(high, df, out + hn::Lanes(df));
+            out += lanes;
+            text += 2 * lanes;
+            continue;
         }
-        // Runs among them: one token after another, as many as a vector holds.
-        for (std::size_t i = 0; i < lanes && count > 0 && end - text >= 2; ++i, text += 2) {
-            float* const out = writer.room();
-            const std::size_t number = Base64Portable::valueOf(text[1]);
-            if (text[0] != '/' || valueDue) {
-                const int digit = Base64Portable::valueOf(text[0]);
-                current = static_cast<float>(64 * digit + static_cast<int>(number)) * (1 / runLengthScale);
-                *out = current;
-                writer.added(1);
-                --count;
-                valueDue = false;
-                continue;
-            }
-            valueDue = number == 0;
-            const std::size_t repeats = std::min(number, count);
-            const auto repeated = hn::Set(df, current);
-            for (std::size_t done = 0; done < repeats; done += hn::Lanes(df)) {
-                hn::StoreU(repeated, df, out + done);
-            }
-            writer.added(repeats);
-            count -= repeats;
+        // A run before any value, or an empty one, is not for here.
+        const auto isEmpty = hn::And(isRun, hn::Eq(second, hn::Zero(d16)));
+        if ((out == values && *text == '/') || !hn::AllFalse(d16, isEmpty)) {
+            break;
         }
+        hn::StoreU(low, df, level);
+        hn::StoreU(high, df, level + hn::Lanes(df));
+        std::uint8_t bytes[8] = {};
+        hn::StoreMaskBits(d16, isRun, bytes);
+        std::uint32_t runs = 0;
+        std::memcpy(&runs, bytes, sizeof runs);
+        std::size_t from = 0;
+        while (runs != 0 && last - out > step) {
+            const auto run = static_cast<std::size_t>(std::countr_zero(runs));
+            runs &= runs - 1;
+            // The values before the run; the last of them is written with its repeats.
+            const float value = run > from ? level[run - 1] : out[-1];
+            if (run > from + 1) {
+                copy(level + from, run - from - 1, out);
+            }
+            out += run - from;
+            const std::size_t repeats = Base64Portable::valueOf(text[2 * run + 1]);
+            repeat(value, repeats + 1, out - 1);
+            out += repeats;
+            from = run + 1;
+        }
+        text += 2 * from;
+        if (runs != 0 || last - out <= step) {
+            break;
+        }
+        copy(level + from, lanes - from, out);
+        out += lanes - from;
+        text += 2 * (lanes - from);
     }
-    writer.finish();
+    // Whatever is left, with the value that a run at its beginning repeats.
+    const float current = out == values ? 0.0F : out[-1];
+    for (; out != last && end - text >= 2 && *text == '/' && text[1] != 'A'; text += 2) {
+        const std::size_t repeats = std::min(static_cast<std::size_t>(Base64Portable::valueOf(text[1])),
+                                             static_cast<std::size_t>(last - out));
+        out = std::fill_n(out, repeats, current);
+    }
+    Portable::decodeRuns(text, end, out, static_cast<std::size_t>(last - out));
 }
 
-void expandBytes(const std::uint8_t* bytes, std::size_t count, float* values, bool streaming) {
+void expandBytes(const std::uint8_t* bytes, std::size_t count, float* values) {
     const Floats df;
     const hn::Rebind<std::uint8_t, Floats> d8;
-    const std::size_t lanes = hn::Lanes(df);
-    // Up to the first whole vector of memory, which streaming needs.
-    const std::size_t bytesOver = reinterpret_cast<std::uintptr_t>(values) % (lanes * sizeof(float));
-    const std::size_t before =
-        std::min(count, bytesOver == 0 ? 0 : (lanes * sizeof(float) - bytesOver) / sizeof(float));
-    Portable::expandBytes(bytes, before, values, false);
     // 1 / 255 in two parts of which the first times a byte is exact; so only the
     // sum is rounded, and it is rounded as the quotient is.
     constexpr float high = 0x1.01p-8F;
     constexpr float low = static_cast<float>(1 / 255.0 - double{high});
-    std::size_t i = before;
+    const std::size_t lanes = hn::Lanes(df);
+    std::size_t i = 0;
     for (; i + lanes <= count; i += lanes) {
         const auto byte = hn::ConvertTo(df, hn::PromoteTo(Integers(), hn::LoadU(d8, bytes + i)));
-        const auto value = hn::Add(hn::Mul(byte, hn::Set(df, high)), hn::Mul(byte, hn::Set(df, low)));
-        if (streaming) {
-            hn::Stream(value, df, values + i);
-        } else {
-            hn::StoreU(value, df, values + i);
-        }
+        hn::StoreU(hn::Add(hn::Mul(byte, hn::Set(df, high)), hn::Mul(byte, hn::Set(df, low))), df,
+                   values + i);
     }
-    Portable::expandBytes(bytes + i, count - i, values + i, false);
-    if (streaming) {
-        hwy::FlushStream();
-    }
+    Portable::expandBytes(bytes + i, count - i, values + i);
 }
 
 #endif
@@ -417,16 +415,16 @@ RunScan scanRuns(const char* text, std::size_t tokens) {
     return HWY_DYNAMIC_DISPATCH(scanRuns)(text, tokens);
 }
 
-void decodeRuns(const char* text, const char* end, float* values, std::size_t count, bool streaming) {
-    HWY_DYNAMIC_DISPATCH(decodeRuns)(text, end, values, count, streaming);
+void decodeRuns(const char* text, const char* end, float* values, std::size_t count) {
+    HWY_DYNAMIC_DISPATCH(decodeRuns)(text, end, values, count);
 }
 
 void quantiseBytes(const float* values, std::size_t count, std::uint8_t* bytes) {
     HWY_DYNAMIC_DISPATCH(quantiseBytes)(values, count, bytes);
 }
 
-void expandBytes(const std::uint8_t* bytes, std::size_t count, float* values, bool streaming) {
-    HWY_DYNAMIC_DISPATCH(expandBytes)(bytes, count, values, streaming);
+void expandBytes(const std::uint8_t* bytes, std::size_t count, float* values) {
+    HWY_DYNAMIC_DISPATCH(expandBytes)(bytes, count, values);
 }
 
 }  // namespace JsonDevice::ImageCodec
