@@ -78,7 +78,8 @@ void CodeTable::tellListeners(const Code& changed) const {
 
 void CodeTable::restoreDefaults() {
     for (const auto& [name, code] : codes) {
-        if (!code->getDescription().readOnly) {
+        const CodeDescription& description = code->getDescription();
+        if (!description.readOnly && !description.keptByFactoryDefault) {
             code->restore();
         }
     }

@@ -36,6 +36,8 @@ struct CodeDescription {
     std::optional<Range> range = {};
     /// Whether "set" is refused. The device itself changes it all the same.
     bool readOnly = false;
+    /// Whether the factory default leaves it alone.
+    bool keptByFactoryDefault = false;
 };
 
 /// One value of the device as the table sees it.
@@ -95,7 +97,7 @@ public:
     void addListener(Listener listener);
     void tellListeners(const Code& changed) const;
 
-    /// Gives every value that can be set its default.
+    /// Gives every setting its default: what can be set and is not to be kept.
     void restoreDefaults();
 
 private:

@@ -6,4 +6,6 @@ Feature::~Feature() = default;
 
 void Feature::advance(std::chrono::steady_clock::duration) {}
 
+void Feature::restoreDefaults() {}
+
 }  // namespace JsonDevice::Simulation

@@ -23,6 +23,9 @@ public:
     /// Time has passed; called before each request and about once a second.
     virtual void advance(std::chrono::steady_clock::duration elapsed);
 
+    /// The factory default, for what is no code: forgets what was stored.
+    virtual void restoreDefaults();
+
 protected:
     Feature(RequestDispatcher& dispatcher, CodeTable& codeTable) : requests(dispatcher), codes(codeTable) {}
 
@@ -52,6 +55,16 @@ protected:
             }
             return typename Result::Native(true);
         });
+    }
+
+    /// The methods answer with the ends of the value's range.
+    template <class Result, class Type>
+    void serveRange(const Method<Result>& minimum, const Method<Result>& maximum,
+                    const Property<Type>& property) {
+        const Range range = property.getDescription().range.value();
+        using Native = typename Result::Native;
+        requests.bind(minimum, [least = static_cast<Native>(range.minimum)] { return least; });
+        requests.bind(maximum, [most = static_cast<Native>(range.maximum)] { return most; });
     }
 
     RequestDispatcher& requests;

@@ -5,6 +5,9 @@
 #include <vector>
 
 #include "Simulator/CodeTable.h"
+#include "Simulator/ColorModel.h"
+#include "Simulator/ControlModel.h"
+#include "Simulator/GammaModel.h"
 #include "Simulator/MessageModel.h"
 #include "Simulator/PowerModel.h"
 #include "Simulator/RemoteModel.h"
@@ -16,11 +19,14 @@ struct Projector::Implementation {
     explicit Implementation(Clock ownClock) : clock(std::move(ownClock)), last(clock()) {
         add<RemoteModel>();
         add<StatusModel>(power);
+        add<ControlModel>(power, [this] { restoreDefaults(); });
+        add<ColorModel>();
+        add<GammaModel>();
     }
 
     template <class Model, class... Arguments>
-    Model& add(Arguments&... others) {
-        auto model = std::make_unique<Model>(requests, codes, others...);
+    Model& add(Arguments&&... others) {
+        auto model = std::make_unique<Model>(requests, codes, std::forward<Arguments>(others)...);
         Model& added = *model;
         features.push_back(std::move(model));
         return added;
@@ -30,9 +36,17 @@ struct Projector::Implementation {
         const auto now = clock();
         if (now > last) {
             const auto elapsed = now - std::exchange(last, now);
+            power.advance(elapsed);
             for (const auto& feature : features) {
                 feature->advance(elapsed);
             }
+        }
+    }
+
+    void restoreDefaults() {
+        codes.restoreDefaults();
+        for (const auto& feature : features) {
+            feature->restoreDefaults();
         }
     }
 

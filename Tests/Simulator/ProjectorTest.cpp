@@ -40,11 +40,19 @@ protected:
 
 /// Interfaces that the simulated projector does not have yet.
 const std::set<std::string_view> withoutModel{
-    "BlackLevelInterface", "BlendingInterface", "ColorInterface", "ControlInterface", "GammaInterface",
-    "IGInterface",         "MaskingInterface",  "ModelInterface", "WarpInterface",
+    "BlackLevelInterface",
+    "BlendingInterface",
+    "IGInterface",
+    "MaskingInterface",
+    "ModelInterface",
+    "WarpInterface",
     // Patterns:
-    "CheckPatternInterface", "GridTestPatternInterface", "PreWarpBlockPattern",
-    "ProjectorBlockPatternInterface", "TestPatternInterface", "UploadTestPatternInterface",
+    "CheckPatternInterface",
+    "GridTestPatternInterface",
+    "PreWarpBlockPattern",
+    "ProjectorBlockPatternInterface",
+    "TestPatternInterface",
+    "UploadTestPatternInterface",
     "UserTestPatternInterface",
 };
 
@@ -161,25 +169,25 @@ TEST_F(ProjectorTest, TellsAttributesAndProperties) {
 
 TEST_F(ProjectorTest, NotifiesOnlyThoseWhoSpeakInMessagesAndDidNotMakeTheChange) {
     projector.handle(request("StatusInterface::getModel"), one);
-    projector.handle(request("set", R"(["power",0])"), other);
+    projector.handle(request("set", R"(["osd",1])"), other);
     EXPECT_TRUE(one.take().empty());
     EXPECT_TRUE(other.take().empty());
 
     for (const char* method : {"get", "getAttributes", "getProperties"}) {
         Listener listener;
-        projector.handle(request(method, R"(["power"])"), listener);
-        projector.set("power", 1);
-        EXPECT_EQ(listener.take(), std::vector{notification("power", "1")}) << method;
-        projector.set("power", 0);
-        EXPECT_EQ(listener.take(), std::vector{notification("power", "0")}) << method;
+        projector.handle(request(method, R"(["osd"])"), listener);
+        projector.set("osd", 0);
+        EXPECT_EQ(listener.take(), std::vector{notification("osd", "0")}) << method;
+        projector.set("osd", 1);
+        EXPECT_EQ(listener.take(), std::vector{notification("osd", "1")}) << method;
         projector.forget(listener);
     }
 }
 
 TEST_F(ProjectorTest, NotifiesHoweverAValueChanges) {
-    projector.handle(request("get", R"(["power"])"), one);
-    projector.handle(request("set", R"(["power",0])"), other);
-    EXPECT_EQ(one.take(), std::vector{notification("power", "0")});
+    projector.handle(request("get", R"(["osd"])"), one);
+    projector.handle(request("set", R"(["osd",1])"), other);
+    EXPECT_EQ(one.take(), std::vector{notification("osd", "1")});
     projector.handle(request("RemoteInterface::sendKeyCode", "[7]"), other);
     EXPECT_EQ(one.take(), std::vector{notification("lastKey", "7")});
     // By the one who listens: the other is told.
@@ -188,15 +196,15 @@ TEST_F(ProjectorTest, NotifiesHoweverAValueChanges) {
     EXPECT_TRUE(one.take().empty());
     EXPECT_EQ(other.take(), std::vector{notification("lastKey", "8")});
     // By the device itself.
-    projector.set("power", 1);
-    EXPECT_EQ(one.take(), std::vector{notification("power", "1")});
+    projector.set("osd", 0);
+    EXPECT_EQ(one.take(), std::vector{notification("osd", "0")});
     now += 1h;
     projector.update();
     EXPECT_EQ(one.take(),
               (std::vector{notification("lampHours", "[413,399]"), notification("projectorHours", "1521")}));
     // No change, no notification; nor one for a value that was refused.
-    projector.handle(request("set", R"(["power",1])"), other);
-    projector.handle(request("set", R"(["power",9])"), other);
+    projector.handle(request("set", R"(["osd",0])"), other);
+    projector.handle(request("set", R"(["osd",9])"), other);
     EXPECT_TRUE(one.take().empty());
 }
 
