@@ -30,13 +30,19 @@ constexpr std::uint32_t step = 1;
 constexpr std::uint32_t oneBits = std::bit_cast<std::uint32_t>(1.0F);
 constexpr std::uint32_t sliceValues = 1U << 14;
 
-/// Calls check(values) for slices of all floats from 0 to 1.
+/// All floats from 0 to 1, in parts that are tests of their own and so can run side by side.
+class EveryFloatFrom0To1 : public testing::TestWithParam<unsigned> {};
+constexpr unsigned parts = 8;
+INSTANTIATE_TEST_SUITE_P(Part, EveryFloatFrom0To1, testing::Range(0U, parts));
+
+/// Calls check(values) for slices of a part of all floats from 0 to 1.
 template <class Check>
-void forAllFloatsFrom0To1(Check check) {
+void forAllFloats(unsigned part, Check check) {
+    const std::uint64_t last = std::uint64_t{oneBits} * (part + 1) / parts;
     Values values;
-    for (std::uint64_t bits = 0; bits <= oneBits; bits += step) {
+    for (std::uint64_t bits = std::uint64_t{oneBits} * part / parts; bits <= last; bits += step) {
         values.push_back(std::bit_cast<float>(static_cast<std::uint32_t>(bits)));
-        if (values.size() == sliceValues || bits + step > oneBits) {
+        if (values.size() == sliceValues || bits + step > last) {
             check(values);
             if (testing::Test::HasFatalFailure()) {
                 return;
@@ -93,10 +99,10 @@ Values valuesWithRuns(unsigned seed, std::size_t parts) {
     return values;
 }
 
-TEST(QuantiseBytes, EveryFloatFrom0To1OnEveryTarget) {
+TEST_P(EveryFloatFrom0To1, IsQuantisedToItsByteOnEveryTarget) {
     std::vector<std::uint8_t> expected;
     std::vector<std::uint8_t> bytes;
-    forAllFloatsFrom0To1([&](const Values& values) {
+    forAllFloats(GetParam(), [&](const Values& values) {
         expected.clear();
         for (const float value : values) {
             expected.push_back(static_cast<std::uint8_t>(value * 255.0F + 0.5F));
@@ -109,8 +115,8 @@ TEST(QuantiseBytes, EveryFloatFrom0To1OnEveryTarget) {
     });
 }
 
-TEST(EncodeRuns, EveryFloatFrom0To1OnEveryTarget) {
-    forAllFloatsFrom0To1([&](const Values& values) {
+TEST_P(EveryFloatFrom0To1, IsEncodedAsItsLevelOnEveryTarget) {
+    forAllFloats(GetParam(), [&](const Values& values) {
         // The text, written anew from the levels.
         std::string expected;
         int last = -1;

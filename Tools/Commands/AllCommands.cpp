@@ -3,7 +3,7 @@
 namespace Tool {
 
 std::vector<Command> allCommands() {
-    return {listCommand(), describeCommand(), callCommand(), statusCommand(), remoteCommand()};
+    return {listCommand(), describeCommand(), callCommand(), statusCommand(), remoteCommand(), imageCommand()};
 }
 
 }  // namespace Tool

@@ -14,5 +14,6 @@ Command describeCommand();
 Command callCommand();
 Command statusCommand();
 Command remoteCommand();
+Command imageCommand();
 
 }  // namespace Tool
