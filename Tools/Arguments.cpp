@@ -230,6 +230,18 @@ Json::Value parseArguments(const Operation& operation, const std::vector<std::st
     return params;
 }
 
+Json::Value parseValue(const std::string& argument, Input& input) {
+    const std::string text = resolve(argument, input);
+    if (!isUtf8(text)) {
+        refuseUsage(inQuotes(text) + " is not text in UTF-8");
+    }
+    try {
+        return parseJson(text, "");
+    } catch (const FailureException&) {
+        return Json::Value(text);
+    }
+}
+
 Json::Value parseJson(const std::string& text, const std::string& what) {
     Json::CharReaderBuilder builder;
     builder["failIfExtra"] = true;

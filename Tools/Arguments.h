@@ -34,6 +34,10 @@ private:
 Json::Value parseArguments(const JsonDevice::Vocabulary::Operation& operation,
                            const std::vector<std::string>& arguments, Input& input);
 
+/// A value of which no type is known: JSON where the argument is JSON, else
+/// text; with the same "@FILE", "-" and "@@...".
+Json::Value parseValue(const std::string& argument, Input& input);
+
 /// One JSON value, strictly; refuses the command line, `what` naming the value.
 Json::Value parseJson(const std::string& text, const std::string& what);
 

@@ -100,7 +100,9 @@ void Console::data(std::string_view text) {
 }
 
 void Console::note(std::string_view line) {
-    write(std::string(line) + "\n");
+    if (!quiet) {
+        write(std::string(line) + "\n");
+    }
 }
 
 void Console::error(std::string_view line) {
@@ -153,9 +155,6 @@ std::string Diagnostics::take() {
 
 void Diagnostics::show() {
     std::string text = take();
-    if (console.quiet) {
-        return;
-    }
     while (!text.empty()) {
         const std::size_t end = text.find('\n');
         console.note(printableLine(text.substr(0, end), longestDiagnostic));

@@ -30,7 +30,7 @@ public:
 
     /// Throws a FailureException when not all could be written.
     void data(std::string_view text);
-    /// A line without its end; what cannot be written is lost.
+    /// A line without its end, unless quiet; what cannot be written is lost.
     void note(std::string_view line);
     /// "error: " and the line. Also when quiet.
     void error(std::string_view line);

@@ -460,6 +460,14 @@ std::string formatInline(const WireType& type, const Json::Value& value) {
     }
 }
 
+std::string formatValue(const Json::Value& value) {
+    return formatResult({"", value.isString() ? Form::text : Form::json}, value);
+}
+
+std::string formatValueInline(const Json::Value& value) {
+    return formatInline({"", value.isString() ? Form::text : Form::json}, value);
+}
+
 std::string describeType(const WireType& type) {
     switch (type.form) {
         case Form::nothing:

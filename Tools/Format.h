@@ -37,8 +37,11 @@ std::string jsonText(const Json::Value& value, bool indented);
 /// What a method's result is to a person: nothing for no result, else whole
 /// lines. Long texts inside of lists and records are shortened.
 std::string formatResult(const JsonDevice::Vocabulary::WireType& type, const Json::Value& value);
-/// The same on one line, without its end.
+/// The same for a value of which nothing is known but its JSON form.
+std::string formatValue(const Json::Value& value);
+/// As formatResult, but on one line and without its end.
 std::string formatInline(const JsonDevice::Vocabulary::WireType& type, const Json::Value& value);
+std::string formatValueInline(const Json::Value& value);
 
 /// What an argument of the type looks like: "a whole number", "{"x": whole number, ...}".
 std::string describeType(const JsonDevice::Vocabulary::WireType& type);

@@ -126,6 +126,14 @@ void Session::refuse(int waitMs) {
     }
 }
 
+void Session::note(const std::string& line) {
+    frame.console.note((frame.oneOfSeveral ? deviceName + "  " : "") + line);
+}
+
+void Session::dropDiagnostics() {
+    frame.diagnostics.drop();
+}
+
 void Session::print(const Answer& answer) {
     if (frame.console.json) {
         frame.console.data(jsonText(document(deviceName, answer), false) + "\n");

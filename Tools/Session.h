@@ -54,6 +54,11 @@ public:
         }
     }
 
+    /// For the user, beside the data.
+    void note(const std::string& line);
+    /// What the library said on this thread is told otherwise.
+    void dropDiagnostics();
+
     /// Prints an answer at once, for commands that have one after another to give.
     void print(const Answer& answer);
 

@@ -14,6 +14,11 @@ Command describeCommand();
 Command callCommand();
 Command statusCommand();
 Command remoteCommand();
+Command getCommand();
+Command setCommand();
+Command attributesCommand();
+Command propertiesCommand();
+Command watchCommand();
 Command imageCommand();
 
 }  // namespace Tool
