@@ -181,7 +181,7 @@ private:
         } catch (const std::exception&) {
             refuse(text, describeType(parameter.type));
         }
-        if (value.isNull()) {
+        if (value.isNull() && !parameter.type.nullable) {
             refuse(text, describeType(parameter.type));
         }
         return value;

@@ -327,7 +327,7 @@ std::string describeJson(std::string_view name) {
     if (name.starts_with(vector) && name.ends_with('>')) {
         return "[" + describeJson(name.substr(vector.size(), name.size() - vector.size() - 1)) + ", ...]";
     }
-    static constexpr std::array<std::pair<std::string_view, std::string_view>, 19> known = {{
+    static constexpr std::array<std::pair<std::string_view, std::string_view>, 25> known = {{
         {"int", "whole number"},
         {"unsigned int", "whole number"},
         {"float", "number"},
@@ -335,6 +335,12 @@ std::string describeJson(std::string_view name) {
         {"bool", "true or false"},
         {"std::string", "\"text\""},
         {"std::wstring", "\"text\""},
+        {"TestPatternInterface::TestPatternColour", "whole number"},
+        {"TestPatternColour", "whole number"},
+        {"ColorInterface::ColorAdjustmentType", "whole number"},
+        {"GrayscaleImage", "an image as the library encodes it"},
+        {"RGBImage", "an image as the library encodes it"},
+        {"Gamut", R"({"rx", "ry", "rz", "gx", ..., "wz": numbers})"},
         {"TestPatternItem", R"({"first": whole number, "second": "name"})"},
         {"WarpItem", R"({"first": whole number, "second": "name"})"},
         {"BlendItem", R"({"first": whole number, "second": "name"})"},

@@ -78,6 +78,17 @@ TEST(Arguments, ParsesByType) {
               R"([[{"first":1,"second":"one"}],2])");
 }
 
+TEST(Arguments, NullStandsForAnObjectThatIsNotThere) {
+    EXPECT_EQ(parse({{"BlendProxy", Form::json, true}}, {"null"}), "[null]");
+    EXPECT_THAT(refusal({{"BlendProxy", Form::json, true}}, {"5"}), HasSubstr("is not {\"name\""));
+    EXPECT_THAT(refusal({{"BlendProxy", Form::json}}, {"null"}), HasSubstr("is not {\"name\""));
+}
+
+// A mesh is sent as its text, and never read back by the library.
+TEST(Arguments, AMeshIsText) {
+    EXPECT_EQ(parse({{"MeshProxy", Form::text, true}}, {"mesh 2 2"}), R"(["mesh 2 2"])");
+}
+
 // A host that sets 0.1 sends what a float makes of it.
 TEST(Arguments, SendsWhatTheLibraryWouldSend) {
     EXPECT_EQ(parse({floatType}, {"0.1"}), "[0.10000000149011612]");

@@ -1,6 +1,7 @@
 #include "DeviceManager/JsonDevice/Vocabulary/Vocabulary.h"
 
 #include <algorithm>
+#include <type_traits>
 
 #include "DeviceManager/JsonDevice/JsonColor.h"
 #include "DeviceManager/JsonDevice/JsonIG.h"
@@ -16,7 +17,10 @@ template <class Result, class... Types>
 Operation describe(const Method<Result, Types...>& method) {
     Operation operation{method.name, method.summary, {Result::name, Result::form}, {}, method.timeout};
     [[maybe_unused]] std::size_t i = 0;
-    (operation.parameters.push_back({method.parameterNames[i++], {Types::name, Types::form}}), ...);
+    (operation.parameters.push_back(
+         {method.parameterNames[i++],
+          {Types::name, Types::form, std::is_pointer_v<typename Types::Argument>}}),
+     ...);
     return operation;
 }
 

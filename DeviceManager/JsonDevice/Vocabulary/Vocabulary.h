@@ -16,6 +16,8 @@ struct WireType {
     /// The name in the registry of marshallers; empty for no result.
     const char* name;
     Wire::Form form;
+    /// Whether null stands for a value that is not there.
+    bool nullable = false;
 };
 
 struct Parameter {
