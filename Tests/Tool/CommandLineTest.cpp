@@ -107,11 +107,11 @@ TEST_F(CommandLineTest, EveryCommandHasAnExampleAndOneThingToDo) {
     expectExamples(commands);
 }
 
-/// Splits an example as a shell does, quotes included.
+/// Splits an example as a shell does, quotes included, up to where output goes elsewhere.
 std::vector<std::string> words(const std::string& example) {
     std::vector<std::string> all(1);
     char quote = 0;
-    for (const char c : example) {
+    for (const char c : example.substr(0, example.find_first_of(">|") - 1)) {
         if (quote != 0 ? c == quote : c == '\'' || c == '"') {
             quote = quote == 0 ? c : char{0};
         } else if (c == ' ' && quote == 0) {
