@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "DeviceManager/JsonDevice/Vocabulary/Control.h"
+#include "Simulator/Scene.h"
 
 namespace JsonDevice::Simulation {
 
@@ -112,6 +113,11 @@ void ControlModel::advance(std::chrono::steady_clock::duration elapsed) {
         sinceCycled -= cyclingTime;
         inputSignal.set(inputSignal.get() % static_cast<int>(inputs.size()) + 1);
     }
+}
+
+void ControlModel::show(Scene& scene) const {
+    scene.shutterOpen = shutter.get() == 0;
+    scene.signal = !selectedSignal().empty();
 }
 
 bool ControlModel::showsSignal() const {

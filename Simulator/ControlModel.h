@@ -23,6 +23,7 @@ public:
                  std::function<void()> restoreAll);
 
     void advance(std::chrono::steady_clock::duration elapsed) override;
+    void show(Scene& scene) const override;
 
     /// Whether the selected input's signal is on the wall.
     bool showsSignal() const;

@@ -4,11 +4,15 @@
 #include <type_traits>
 #include <utility>
 
+#include <json/value.h>
+
 #include "Common/Export.h"
 #include "Simulator/CodeTable.h"
 #include "Simulator/RequestDispatcher.h"
 
 namespace JsonDevice::Simulation {
+
+struct Scene;
 
 /// One feature of the simulated projector: its state, and the functions bound
 /// to the methods of its interface. How to add one says the folder's README.
@@ -25,6 +29,14 @@ public:
 
     /// The factory default, for what is no code: forgets what was stored.
     virtual void restoreDefaults();
+
+    /// Adds what the feature has to do with the picture on the wall. The
+    /// features are asked in the order in which the projector has them.
+    virtual void show(Scene& scene) const;
+
+    /// Adds what there is to know and has no code, for people: an object for
+    /// each interface, by the name that stands before the "::" of its methods.
+    virtual void describe(Json::Value& state) const;
 
 protected:
     Feature(RequestDispatcher& dispatcher, CodeTable& codeTable) : requests(dispatcher), codes(codeTable) {}

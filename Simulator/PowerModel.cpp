@@ -1,6 +1,7 @@
 #include "Simulator/PowerModel.h"
 
 #include "DeviceManager/JsonDevice/Vocabulary/Control.h"
+#include "Simulator/Scene.h"
 
 namespace JsonDevice::Simulation {
 
@@ -66,6 +67,10 @@ void PowerModel::follow() {
 void PowerModel::begin(State passing, const Property<Wire::UInt>& seconds) {
     left = std::chrono::seconds(seconds.get());
     state.set(static_cast<int>(passing));
+}
+
+void PowerModel::show(Scene& scene) const {
+    scene.on = getState() == State::on;
 }
 
 }  // namespace JsonDevice::Simulation

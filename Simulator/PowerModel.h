@@ -16,6 +16,7 @@ public:
     PowerModel(RequestDispatcher& dispatcher, CodeTable& codeTable);
 
     void advance(std::chrono::steady_clock::duration elapsed) override;
+    void show(Scene& scene) const override;
 
     /// Whether the lamp is lit.
     bool isOn() const { return power.get() != 0; }

@@ -4,6 +4,8 @@
 #include <utility>
 #include <vector>
 
+#include "Simulator/BlockPatternModel.h"
+#include "Simulator/CalibrationPatternModel.h"
 #include "Simulator/CodeTable.h"
 #include "Simulator/ColorModel.h"
 #include "Simulator/ControlModel.h"
@@ -12,6 +14,7 @@
 #include "Simulator/PowerModel.h"
 #include "Simulator/RemoteModel.h"
 #include "Simulator/StatusModel.h"
+#include "Simulator/TestPatternModel.h"
 
 namespace JsonDevice::Simulation {
 
@@ -22,6 +25,10 @@ struct Projector::Implementation {
         add<ControlModel>(power, [this] { restoreDefaults(); });
         add<ColorModel>();
         add<GammaModel>();
+        add<TestPatternModel>();
+        add<BlockPatternModel<PreWarpBlockPatternInterface>>();
+        add<BlockPatternModel<ProjectorBlockPatternInterface>>();
+        add<CalibrationPatternModel>();
     }
 
     template <class Model, class... Arguments>
@@ -101,6 +108,33 @@ void Projector::set(const std::string& code, const Json::Value& value) {
 
 bool Projector::handles(std::string_view method) const {
     return implementation->requests.handles(method);
+}
+
+Scene Projector::getScene() {
+    const std::lock_guard guard(implementation->lock);
+    implementation->advance();
+    Scene scene;
+    implementation->power.show(scene);
+    for (const auto& feature : implementation->features) {
+        feature->show(scene);
+    }
+    return scene;
+}
+
+Json::Value Projector::describe() {
+    const std::lock_guard guard(implementation->lock);
+    implementation->advance();
+    Json::Value state(Json::objectValue);
+    for (const auto& [name, code] : implementation->codes.all()) {
+        const std::string interfaceName =
+            code->methods.empty() ? "Projector"
+                                  : code->methods.front().substr(0, code->methods.front().find("::"));
+        state[interfaceName][name] = code->read();
+    }
+    for (const auto& feature : implementation->features) {
+        feature->describe(state);
+    }
+    return state;
 }
 
 }  // namespace JsonDevice::Simulation

@@ -9,6 +9,7 @@
 
 #include "Common/Export.h"
 #include "Simulator/RequestDispatcher.h"
+#include "Simulator/Scene.h"
 
 namespace JsonDevice::Simulation {
 
@@ -50,6 +51,12 @@ public:
     void set(const std::string& code, const Json::Value& value);
 
     bool handles(std::string_view method) const;
+
+    /// This moment's picture on the wall, to be rendered without the projector.
+    Scene getScene();
+    /// The state for people: an object for each interface, with the values of
+    /// its codes and what else there is to tell. "Projector" has the codes that no method serves.
+    Json::Value describe();
 
 private:
     struct Implementation;

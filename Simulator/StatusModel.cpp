@@ -1,9 +1,11 @@
 #include "Simulator/StatusModel.h"
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 
 #include "DeviceManager/JsonDevice/Vocabulary/Status.h"
+#include "Simulator/Scene.h"
 
 namespace JsonDevice::Simulation {
 
@@ -119,6 +121,15 @@ void StatusModel::advance(std::chrono::steady_clock::duration elapsed) {
         sensor->advance(seconds, power.isOn());
     }
     lampOvertempIndicator.set(lampExhaust.degrees.get() > overtemperature ? 1 : 0);
+}
+
+void StatusModel::show(Scene& scene) const {
+    const std::vector<int>& resolution = nativeResolution.get();
+    if (resolution.size() == 2) {
+        // Also what the device itself sets is drawn: within what can be.
+        scene.width = std::clamp(resolution[0], 1, 65536);
+        scene.height = std::clamp(resolution[1], 1, 65536);
+    }
 }
 
 }  // namespace JsonDevice::Simulation

@@ -16,6 +16,7 @@ public:
     StatusModel(RequestDispatcher& dispatcher, CodeTable& codeTable, const PowerModel& powerModel);
 
     void advance(std::chrono::steady_clock::duration elapsed) override;
+    void show(Scene& scene) const override;
 
 private:
     using Seconds = std::chrono::duration<double>;
