@@ -13,43 +13,12 @@
 
 #include <hwy/highway.h>
 
-#include "Common/Base64Portable.h"
-
 #if HWY_TARGET != HWY_SCALAR
 
 HWY_BEFORE_NAMESPACE();
 namespace Base64Vectors::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
-
-#if HWY_TARGET == HWY_AVX3_DL
-
-// One instruction looks 64 characters up in a table of 64, and one in a table of 128.
-
-template <class D8, class V8 = hn::Vec<D8>>
-HWY_INLINE V8 toCharacters(D8 d8, V8 numbers) {
-    static_assert(hn::MaxLanes(d8) == 64);
-    return V8{_mm512_permutexvar_epi8(numbers.raw, _mm512_loadu_si512(base64Alphabet))};
-}
-
-template <class D8, class V8 = hn::Vec<D8>>
-HWY_INLINE V8 toNumbers(D8 d8, V8 characters, V8& invalid) {
-    static_assert(hn::MaxLanes(d8) == 64);
-    const std::uint8_t* const values = Base64Portable::values.data();
-    const V8 numbers{_mm512_permutex2var_epi8(_mm512_loadu_si512(values), characters.raw,
-                                              _mm512_loadu_si512(values + 64))};
-    // The top bit of either says that there is no such character.
-    invalid = hn::Or3(invalid, characters, numbers);
-    return numbers;
-}
-
-template <class D8, class V8 = hn::Vec<D8>>
-HWY_INLINE bool anyInvalid(D8 d8, V8 invalid) {
-    const hn::RebindToSigned<D8> i8;
-    return !hn::AllFalse(i8, hn::MaskFromVec(hn::BitCast(i8, invalid)));
-}
-
-#else
 
 /// Numbers 0..63 to characters: each number falls into one of five ranges, and
 /// the distance from number to character is looked up by range.
@@ -113,8 +82,6 @@ template <class D8, class V8 = hn::Vec<D8>>
 HWY_INLINE bool anyInvalid(D8 d8, V8 invalid) {
     return !hn::AllTrue(d8, hn::Eq(invalid, hn::Zero(d8)));
 }
-
-#endif
 
 }  // namespace Base64Vectors::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

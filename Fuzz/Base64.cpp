@@ -2,6 +2,9 @@
 
 #include "Common/Base64.h"
 
+#include <algorithm>
+#include <cstdint>
+
 #include "Common/Base64Portable.h"
 #include "Fuzz/Fuzz.h"
 

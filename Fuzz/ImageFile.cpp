@@ -2,6 +2,8 @@
 
 #include "ImageFiles/ImageFile.h"
 
+#include <cstdint>
+
 #include "Fuzz/Fuzz.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "Common/Base64Portable.h"
-#include "Fuzz/Fuzz.h"
+#include "Fuzz/FuzzedImage.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const FuzzedImage fuzzed(data, size, "none");

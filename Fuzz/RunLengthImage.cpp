@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "Common/Base64Portable.h"
-#include "Fuzz/Fuzz.h"
+#include "Fuzz/FuzzedImage.h"
 
 namespace {
 

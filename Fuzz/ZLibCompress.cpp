@@ -2,11 +2,11 @@
 
 #include "Common/ZLibCompress.h"
 
-#include <algorithm>
+#include <cstdint>
 #include <vector>
 
-#include "Fuzz/Fuzz.h"
 #include "Fuzz/LogOff.h"
+#include "Fuzz/Fuzz.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     std::vector<unsigned char> in(data, data + size);

@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "Common/Base64.h"
-#include "Fuzz/Fuzz.h"
+#include "Fuzz/FuzzedImage.h"
 #include "Fuzz/LogOff.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

@@ -1,6 +1,7 @@
 #include "Simulator/MessageModel.h"
 
 #include "DeviceManager/JsonDevice/JsonText.h"
+#include "Simulator/MemberOf.h"
 
 namespace JsonDevice::Simulation {
 
@@ -80,8 +81,8 @@ void MessageModel::serve(const char* method, bool takesValue, Answer answer) {
             code = &params[0];
             value = takesValue ? &params[1] : nullptr;
         } else if (params.isObject() && params.size() == (takesValue ? 2U : 1U)) {
-            code = params.find("code", "code" + 4);
-            value = takesValue ? params.find("value", "value" + 5) : nullptr;
+            code = memberOf(params, "code");
+            value = takesValue ? memberOf(params, "value") : nullptr;
         }
         if (code == nullptr || !code->isString() || (takesValue && value == nullptr)) {
             refuseParams(takesValue ? "a code and a value" : "a code");

@@ -11,6 +11,7 @@
 #include "Common/Exceptions.h"
 #include "Common/WideText.h"
 #include "DeviceManager/JsonDevice/JsonText.h"
+#include "Simulator/MemberOf.h"
 #include "Simulator/RequestError.h"
 
 namespace JsonDevice {
@@ -74,7 +75,7 @@ std::vector<std::string> methodsOf(const std::string& request) {
     Json::Value value;
     std::vector<std::string> methods;
     const auto add = [&](const Json::Value& one) {
-        const Json::Value* const method = one.isObject() ? one.find("method", "method" + 6) : nullptr;
+        const Json::Value* const method = one.isObject() ? memberOf(one, "method") : nullptr;
         methods.push_back(method != nullptr && method->isString() ? method->asString() : std::string());
     };
     if (JsonText::read(request, value) && value.isArray()) {

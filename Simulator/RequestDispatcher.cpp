@@ -10,6 +10,7 @@
 #include "DeviceManager/JsonDevice/JsonText.h"
 #include "DeviceManager/JsonDevice/Vocabulary/Vocabulary.h"
 #include "Platform/Devices/MeshProxy.h"
+#include "Simulator/MemberOf.h"
 
 namespace JsonDevice {
 
@@ -28,11 +29,6 @@ std::string resultReply(const Json::Value& id, const Json::Value& result) {
     JsonText::append(reply, result);
     reply += '}';
     return reply;
-}
-
-/// The member, or null when there is none.
-const Json::Value* memberOf(const Json::Value& object, std::string_view key) {
-    return object.find(key.data(), key.data() + key.size());
 }
 
 std::string listOf(const std::vector<const char*>& names) {
