@@ -27,6 +27,7 @@
 #include "Common/ZLibCompress.h"
 #include "DeviceManager/JsonDevice/ImageCodec/ByteRaster.h"
 #include "DeviceManager/JsonDevice/ImageCodec/Kernels.h"
+#include "DeviceManager/JsonDevice/ImageCodec/ParallelLoop.h"
 #include "DeviceManager/JsonDevice/ImageCodec/RunLength.h"
 #include "Platform/Devices/RasterGrayscaleImage.h"
 
@@ -43,18 +44,35 @@ constexpr std::size_t images = 5;
 volatile std::uint64_t sink;
 
 /// Adds up the bits of all floats: no faster way to have read them.
-void readOnce(const float* values) {
+void readOnce(const float* values, std::size_t count) {
     const auto* const words = reinterpret_cast<const std::uint32_t*>(values);
     std::uint32_t sum = 0;
-    for (std::size_t i = 0; i < pixels; ++i) {
+    for (std::size_t i = 0; i < count; ++i) {
         sum += words[i];
     }
     sink = sum;
 }
 
-void setOnce(float* values) {
-    std::memset(values, 0x3F, pixels * sizeof(float));
-    sink = static_cast<std::uint64_t>(values[pixels - 1]);
+void setOnce(float* values, std::size_t count) {
+    std::memset(values, 0x3F, count * sizeof(float));
+    sink = static_cast<std::uint64_t>(values[count - 1]);
+}
+
+/// The same in halves on two threads: what a second thread can bring at all.
+template <class Value>
+void onTwo(void (*work)(Value*, std::size_t), Value* values) {
+    class Halves final : public PieceJob {
+    public:
+        Halves(void (*work)(Value*, std::size_t), Value* values) : work(work), values(values) {}
+        void produce(std::size_t piece, std::size_t) override {
+            work(values + piece * pixels / 2, pixels / 2);
+        }
+
+    private:
+        void (*work)(Value*, std::size_t);
+        Value* values;
+    } job(work, values);
+    runPieces(job, 2, 2);
 }
 
 // ---- The plain implementation
@@ -217,13 +235,16 @@ int main(int argc, char** argv) {
     for (std::size_t i = 0; i < images; ++i) {
         sources.emplace_back(columns, rows, nullptr);
         targets.emplace_back(columns, rows, nullptr);
-        setOnce(targets.back().getData());
+        setOnce(targets.back().getData(), pixels);
     }
     std::vector<char> text(2 * pixels);
     std::vector<std::uint8_t> bytes(pixels);
     std::vector<std::uint8_t> deflated(pixels);
-    const Form read{"read", [&](std::size_t i) { readOnce(sources[i].getData()); }};
-    const Form set{"set", [&](std::size_t i) { setOnce(targets[i].getData()); }};
+    const Form read{"read", [&](std::size_t i) { readOnce(sources[i].getData(), pixels); }};
+    const Form readOnTwo{"read, two",
+                         [&](std::size_t i) { onTwo<const float>(readOnce, sources[i].getData()); }};
+    const Form set{"set", [&](std::size_t i) { setOnce(targets[i].getData(), pixels); }};
+    const Form setOnTwo{"set, two", [&](std::size_t i) { onTwo<float>(setOnce, targets[i].getData()); }};
 
     for (const std::string content : {"blend", "uniform", "noise"}) {
         for (std::size_t i = 0; i < images; ++i) {
@@ -236,6 +257,7 @@ int main(int argc, char** argv) {
         };
         compare("RLE encode, " + content,
                 {read,
+                 readOnTwo,
                  {"one thread", encode(1)},
                  {"two threads", encode(2)},
                  {"plain", [&](std::size_t i) { sink = plainRunLength(sources[i], text.data()); }}},
@@ -253,6 +275,7 @@ int main(int argc, char** argv) {
         };
         compare("RLE decode, " + content,
                 {set,
+                 setOnTwo,
                  {"one thread", decode(1)},
                  {"two threads", decode(2)},
                  {"plain", [&](std::size_t i) { plainRunLengthDecode(texts[i], targets[i]); }}},
@@ -267,6 +290,7 @@ int main(int argc, char** argv) {
     };
     compare("\"none\" encode, blend",
             {read,
+             readOnTwo,
              {"one thread", encode(1)},
              {"two threads", encode(2)},
              {"plain",
@@ -281,6 +305,7 @@ int main(int argc, char** argv) {
     };
     compare("\"none\" decode, blend",
             {set,
+             setOnTwo,
              {"one thread", decode(1)},
              {"two threads", decode(2)},
              {"plain",
