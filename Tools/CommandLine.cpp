@@ -61,7 +61,7 @@ std::string wrapped(const std::string& text) {
         lines += text.substr(start, end - start) + " ";
         start = end + 1;
     }
-    lines.pop_back();
+    lines.erase(lines.find_last_not_of(' ') + 1);
     return lines;
 }
 

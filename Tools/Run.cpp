@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <optional>
@@ -94,11 +95,57 @@ struct Outcome {
     ExitStatus status() const { return failure ? failure->status : answer.status; }
 };
 
+/// Shows how far a long record has come.
+class ProgressOfSending {
+public:
+    explicit ProgressOfSending(Console& console) : console(&console) {}
+
+    void operator()(std::size_t sent, std::size_t total) {
+        constexpr std::size_t longRecord = std::size_t{1} << 20;
+        if (total < longRecord) {
+            return;
+        }
+        const auto now = Clock::now();
+        if (sent < previous || previous == 0) {
+            start = now;
+            shown = {};
+        }
+        previous = sent;
+        if (sent == total) {
+            previous = 0;
+            console->progress("");
+        } else if (now - shown >= std::chrono::milliseconds(100)) {
+            shown = now;
+            const double seconds = std::chrono::duration<double>(now - start).count();
+            const double rate = seconds > 0 ? static_cast<double>(sent) / seconds : 0;
+            console->progress("sending " + inMegabytes(static_cast<double>(sent)) + " of " +
+                              inMegabytes(static_cast<double>(total)) + " MB" +
+                              (rate > 0 ? ", " + inMegabytes(rate) + " MB/s" : ""));
+        }
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    static std::string inMegabytes(double bytes) {
+        const auto tenths = static_cast<long long>(bytes / 1e5 + 0.5);
+        return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10);
+    }
+
+    Console* console;
+    Clock::time_point start;
+    Clock::time_point shown;
+    std::size_t previous = 0;
+};
+
 Outcome perform(const Task& task, const DeviceAddress& address, const Session::Frame& frame) {
     TcpCommunicator device(address);
     if (frame.timeout) {
         device.setConnectTimeout(std::chrono::milliseconds(*frame.timeout));
         device.setWriteTimeout(std::chrono::milliseconds(*frame.timeout));
+    }
+    if (!frame.oneOfSeveral) {
+        device.setSendObserver(ProgressOfSending(frame.console));
     }
     const std::string name = address.toText();
     const std::string prefix = frame.oneOfSeveral ? name + "  " : "";

@@ -15,6 +15,13 @@ std::vector<Command> allCommands() {
     all.push_back(propertiesCommand());
     all.push_back(watchCommand());
     all.push_back(imageCommand());
+    all.push_back(warpCommand());
+    all.push_back(blendCommand());
+    all.push_back(uniformityCommand());
+    all.push_back(maskCommand());
+    all.push_back(blackLevelCommand());
+    all.push_back(modelCommand());
+    all.push_back(contentCommand());
     return all;
 }
 

@@ -20,5 +20,12 @@ Command attributesCommand();
 Command propertiesCommand();
 Command watchCommand();
 Command imageCommand();
+Command warpCommand();
+Command blendCommand();
+Command uniformityCommand();
+Command maskCommand();
+Command blackLevelCommand();
+Command modelCommand();
+Command contentCommand();
 
 }  // namespace Tool
