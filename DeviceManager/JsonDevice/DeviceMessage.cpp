@@ -50,6 +50,13 @@ DeviceMessage DeviceMessage::CreateDebugGetResponse(const std::string& code, con
     return message;
 }
 
+void DeviceMessage::addParameter(const Json::Value& value) {
+    if (!params.isArray() && !params.isNull()) {
+        throw KorvanExceptionRuntime(file, __LINE__, L"Parameter is not an array.");
+    }
+    params.append(value);
+}
+
 bool DeviceMessage::paramExists(const std::string& key) const {
     return params.isObject() && params.isMember(key);
 }
@@ -62,7 +69,8 @@ Json::Value& DeviceMessage::operator[](const std::string& key) {
 }
 
 Json::Value DeviceMessage::getParamAt(unsigned int index) {
-    if (index > params.size()) {
+    const bool hasElements = params.isArray() || params.isNull();
+    if (!hasElements || index > params.size()) {
         throw KorvanIndexOutOfBoundsException(file, 127, L"Index[index] is greater than size of params");
     }
     return params[index];

@@ -43,8 +43,8 @@ public:
     Json::Value getParams() const { return params; }
     Json::Value getValue() const { return params; }
     void setParams(const Json::Value& newParams) { params = newParams; }
-    /// Appends to params, which must be an array or null.
-    void addParameter(const Json::Value& value) { params.append(value); }
+    /// Appends to params, an array or null. Throws KorvanExceptionRuntime when it is something else.
+    void addParameter(const Json::Value& value);
 
     /// Whether params is an object that has the member.
     bool paramExists(const std::string& key) const;
@@ -54,7 +54,8 @@ public:
     Json::Value& operator[](const char* key) { return (*this)[std::string(key)]; }
     /// A copy of an element. The index may equal the number of elements: that
     /// yields null (and an array grows by it).
-    /// Throws KorvanIndexOutOfBoundsException for a greater one.
+    /// Throws KorvanIndexOutOfBoundsException for a greater one, and when params
+    /// is neither an array nor null.
     Json::Value getParamAt(unsigned int index);
     Json::Value operator[](unsigned int index) { return getParamAt(index); }
     Json::Value operator[](int index) { return getParamAt(static_cast<unsigned int>(index)); }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 
 #include "DeviceManager/JsonDevice/JsonConnection.h"
@@ -20,6 +21,11 @@ namespace JsonDevice {
 /// failure changes nothing in the adapter unless the operation says so.
 template <class Interface>
 class JsonAdapter : public Interface {
+public:
+    /// In bytes: a longer reply is skipped and fails the call; 512 MiB unless
+    /// set. For times without a call.
+    void setLargestReply(std::size_t bytes) { connection->setLargestRecord(bytes); }
+
 protected:
     explicit JsonAdapter(Device* device)
         : Interface(device),

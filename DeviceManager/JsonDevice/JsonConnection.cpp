@@ -1,5 +1,7 @@
 #include "DeviceManager/JsonDevice/JsonConnection.h"
 
+#include <algorithm>
+#include <limits>
 #include <utility>
 
 #include "Common/WideText.h"
@@ -150,7 +152,10 @@ void JsonConnection::check(const std::string& text, bool requireId, const std::s
 
 Json::Value JsonConnection::callCommunicator(const std::string& method, const Json::Value& params,
                                              std::chrono::milliseconds timeout) {
-    return sendAndReplyInternal(method, params, static_cast<int>(timeout.count()));
+    // Whatever does not fit is longer than three weeks; it must not become 0, which means without limit.
+    constexpr auto longest = static_cast<std::chrono::milliseconds::rep>(std::numeric_limits<int>::max());
+    return sendAndReplyInternal(method, params,
+                                static_cast<int>(std::clamp(timeout.count(), -longest, longest)));
 }
 
 Json::Value JsonConnection::callCommunicator(const Json::Value& request) {
@@ -199,8 +204,12 @@ Json::Value JsonConnection::sendAndReplyInternal(const Json::Value& request, int
     numbered["id"] = static_cast<Json::Int64>(++nextId);
     JSONDEVICE_LOG(logger, Trace, logContext + "sendAndReplyInternal--->" + numbered.toStyledString());
     write(JsonText::write(numbered));
-    for (;;) {
+    const auto deadline = getClock().now() + std::chrono::milliseconds(messageReadMs);
+    for (bool late = false;; late = true) {
         Json::Value reply;
+        if (late && getClock().now() >= deadline) {
+            return reply;
+        }
         try {
             read(messageReadMs, reply);
         } catch (const ErrorReplyException&) {

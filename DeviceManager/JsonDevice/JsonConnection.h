@@ -65,7 +65,7 @@ public:
     /// KorvanParseException for the first that is not.
     bool validKeysInRequest(const Json::Value& request);
 
-    /// Gives the message the next id and sends it; reads nothing.
+    /// Gives the message, an object or null, the next id and sends it; reads nothing.
     void sendMsg(Json::Value& msg);
     /// The next record, whatever it is about; null when none came in time
     /// (milliseconds, 0: no limit). Takes no lock of its own: call it from one
@@ -80,17 +80,20 @@ public:
                                  std::chrono::milliseconds timeout);
     /// One exchange of a message that the caller composed, whose id is set
     /// here. Every read waits up to 10,000 ms. A record without an id ends the
-    /// wait and is returned, and so does a read without a record, as null.
+    /// wait and is returned, and so does a read without a record, as null. Late
+    /// replies are skipped for 10,000 ms altogether.
     Json::Value callCommunicator(const Json::Value& request);
 
     /// Beyond this a record is skipped and the call fails; 512 MiB unless set.
     void setLargestRecord(std::size_t bytes) { reader.setLargestRecord(bytes); }
+    std::size_t getLargestRecord() const { return reader.getLargestRecord(); }
     /// For tests. Not owned.
     void setClock(const Clock& clock) { reader.setClock(clock); }
     const Clock& getClock() const { return reader.getClock(); }
 
 private:
     friend class TypedCall;
+    friend class JsonInterpreter;
 
     Json::Value sendAndReplyInternal(const std::string& method, const Json::Value& params, int timeoutMs);
     Json::Value sendAndReplyInternal(const Json::Value& request, int timeoutMs);

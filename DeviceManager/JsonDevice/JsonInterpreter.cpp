@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <exception>
+#include <limits>
 #include <utility>
 
 #include "Common/Exceptions.h"
@@ -9,6 +11,7 @@
 #include "DeviceManager/JsonDevice/Clock.h"
 #include "DeviceManager/JsonDevice/Diagnostics.h"
 #include "DeviceManager/JsonDevice/JsonConnection.h"
+#include "DeviceManager/JsonDevice/JsonExceptions.h"
 #include "DeviceManager/JsonDevice/JsonParser.h"
 #include "DeviceManager/JsonDevice/Logging.h"
 #include "Platform/Transport/DeviceExceptions.h"
@@ -32,6 +35,13 @@ bool contains(const std::string& text, const char* part) {
 }
 
 }  // namespace
+
+/// A request and what has come of it; one of the two when its reply has arrived.
+struct JsonInterpreter::Waiting {
+    long long id;
+    Json::Value reply;
+    std::exception_ptr error;
+};
 
 JsonInterpreter::JsonInterpreter(Communicator* communicator)
     : connection(std::make_unique<JsonConnection>(communicator)),
@@ -135,8 +145,10 @@ Communicator* JsonInterpreter::setCommunicator(Communicator* communicator, bool 
         return connection->setCommunicator(communicator, false);
     }
     Communicator* const previous = connection->getCommunicator();
+    const std::size_t largest = connection->getLargestRecord();
     connection = std::make_unique<JsonConnection>(communicator);
     connection->setClock(*clock);
+    connection->setLargestRecord(largest);
     return previous;
 }
 
@@ -155,10 +167,44 @@ void JsonInterpreter::removeCallback(const iterator& entry) {
 
 void JsonInterpreter::processMessages() {
     const std::lock_guard guard(sendLock);
-    Json::Value value = connection->readMsg(pollMs);
-    if (!value.isNull()) {
-        emitMessage(JsonParser::convertToMessage(value));
+    receive(pollMs);
+}
+
+void JsonInterpreter::receive(int timeoutMs) {
+    Json::Value message;
+    try {
+        connection->read(timeoutMs, message);
+    } catch (const ErrorReplyException&) {
+        Waiting* const request = waitingFor(message);
+        if (request == nullptr) {
+            throw;
+        }
+        request->error = std::current_exception();
+        return;
     }
+    if (message.isNull()) {
+        return;
+    }
+    if (Waiting* const request = waitingFor(message)) {
+        request->reply = std::move(message);
+    } else {
+        emitMessage(JsonParser::convertToMessage(message));
+    }
+}
+
+JsonInterpreter::Waiting* JsonInterpreter::waitingFor(const Json::Value& message) const {
+    const Json::Value& id = message["id"];
+    if (!id.isInt64()) {
+        return nullptr;
+    }
+    const auto found = std::find_if(waiting.begin(), waiting.end(),
+                                    [&](const Waiting* request) { return request->id == id.asInt64(); });
+    return found == waiting.end() ? nullptr : *found;
+}
+
+void JsonInterpreter::setLargestMessage(std::size_t bytes) {
+    const std::lock_guard guard(sendLock);
+    connection->setLargestRecord(bytes);
 }
 
 void JsonInterpreter::setClock(const Clock& newClock) {
@@ -170,17 +216,22 @@ DeviceMessage JsonInterpreter::sendAndGetReply(const DeviceMessage& msg, unsigne
     const std::lock_guard guard(sendLock);
     Json::Value request = JsonParser::convertToJsonValue(msg);
     connection->sendMsg(request);
-    const Json::Value sentId = request["id"];
+    Waiting mine{request["id"].asInt64(), {}, nullptr};
+    waiting.push_back(&mine);
+    struct Leave {
+        JsonInterpreter& interpreter;
+        ~Leave() { interpreter.waiting.pop_back(); }
+    } const leave{*this};
     const unsigned int wait = replyTimeout != 0 ? replyTimeout.load() : timeoutMs;
+    const int readMs = static_cast<int>(std::min<unsigned int>(wait, std::numeric_limits<int>::max()));
     const auto deadline = clock->now() + std::chrono::milliseconds(wait);
     for (;;) {
-        Json::Value value = connection->readMsg(static_cast<int>(wait));
-        if (!value.isNull()) {
-            DeviceMessage reply = JsonParser::convertToMessage(value);
-            if (value["id"] == sentId) {
-                return reply;
-            }
-            emitMessage(reply);
+        receive(readMs);
+        if (mine.error) {
+            std::rethrow_exception(mine.error);
+        }
+        if (!mine.reply.isNull()) {
+            return JsonParser::convertToMessage(mine.reply);
         }
         if (wait != 0 && clock->now() >= deadline) {
             throw KorvanTimedOutException(

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -92,6 +93,10 @@ public:
     /// what the connection and what a callback throws.
     void processMessages();
 
+    /// In bytes: a longer message is skipped and fails whoever reads it; 512 MiB
+    /// unless set. Kept when the Communicator changes.
+    void setLargestMessage(std::size_t bytes);
+
     /// For tests. Not owned.
     void setClock(const Clock& newClock);
 
@@ -107,6 +112,11 @@ protected:
     void emitMessage(const DeviceMessage& msg);
 
 private:
+    struct Waiting;
+    /// Reads one message, hands a reply to the request that waits for it and all else to the callbacks.
+    void receive(int timeoutMs);
+    Waiting* waitingFor(const Json::Value& message) const;
+
     std::unique_ptr<JsonConnection> connection;
     std::unique_ptr<JsonParser> parser;
     Callbacks callbacks;
@@ -115,6 +125,8 @@ private:
     std::recursive_mutex callbackLock;
     std::atomic<bool> emitMessages{true};
     const Clock* clock;
+    /// The requests under way, outermost first: a callback may have sent one while another waits.
+    std::vector<Waiting*> waiting;
     /// The entries still to be called in each round under way, for removeCallback to take out.
     std::vector<std::vector<iterator>*> rounds;
 };

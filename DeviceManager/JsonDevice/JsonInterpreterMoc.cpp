@@ -37,10 +37,12 @@ void JsonInterpreterMoc::triggerSequence() {
     if (sequences.empty()) {
         throw DeviceException(file, __LINE__, L"triggerSequence() but no more sequences are queued");
     }
-    // Taken out first: a callback may look at the script or clear it.
-    const DeviceMessage reply = std::move(sequences.front().response.reply);
-    sequences.pop_front();
+    const DeviceMessage reply = sequences.front().response.reply;
     emitMessage(reply);
+    // A callback may have cleared the script.
+    if (!sequences.empty()) {
+        sequences.pop_front();
+    }
 }
 
 void JsonInterpreterMoc::addBypassMethod(const std::string& method) {

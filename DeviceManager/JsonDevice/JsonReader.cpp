@@ -19,6 +19,11 @@ static_assert(readPadding >= simdjson::SIMDJSON_PADDING);
 /// Nesting beyond this is left to Json::Reader, which has a limit of its own.
 constexpr std::size_t quickDepth = 500;
 
+/// Json::Reader keeps the comments of a text no longer than this. To place one
+/// it looks back to the value before it, so the time that many of them take
+/// grows with the square of their number: minutes for a megabyte of them.
+constexpr std::size_t longestCommentedText = std::size_t{16} << 10;
+
 /// Json::Reader makes all integers that 32 bits hold signed, and larger positive ones unsigned.
 Json::Value integer(std::uint64_t value) {
     return value <= static_cast<std::uint64_t>(std::numeric_limits<int>::max())
@@ -96,7 +101,7 @@ public:
         Json::Reader reader;
         // The form that takes a std::string keeps a copy of its own, ended by
         // NUL; wording an error needs that byte.
-        if (!reader.parse(numbered, value, true)) {
+        if (!reader.parse(numbered, value, text.size() <= longestCommentedText)) {
             return false;
         }
         restoreNumbers(value);
@@ -137,7 +142,7 @@ private:
             }
         } else if (value.isNumeric()) {
             // The payload alone: comments stay where they are.
-            Json::Value number = numbers[value.asLargestUInt()];
+            Json::Value number = numbers.at(value.asLargestUInt());
             value.swapPayload(number);
         }
     }

@@ -13,8 +13,8 @@ namespace JsonDevice::JsonText {
 
 /// Reads one JSON value, as liberally as Json::Reader does under the C locale:
 /// the same texts are accepted, with the same kinds and values, comments
-/// included. Returns false for a text that is not JSON; `value` is then
-/// unspecified. Throws nothing of its own.
+/// included (which are dropped where the text is long). Returns false for a text that is not JSON; `value` is
+/// then unspecified. Throws nothing of its own.
 ///
 /// A text with at least readPadding bytes of unused capacity is read in place,
 /// without a copy.

@@ -114,10 +114,11 @@ void RecordReader::fill(Communicator& communicator, int timeoutMs, const std::st
     readPos = readLen = 0;
     const auto before = clock->now();
     int count = 0;
+    bool timedOut = false;
     try {
         count = communicator.read(readBuffer.data(), blockSize, 1, timeoutMs);
     } catch (const DeviceTimedOutException&) {
-        return;
+        timedOut = true;
     }
     if (count < 0) {
         throw DeviceNotConnectedException(
@@ -133,6 +134,9 @@ void RecordReader::fill(Communicator& communicator, int timeoutMs, const std::st
         // A transport that returns at once without a byte cannot be waited
         // upon; asking it again in a tight loop would take a whole processor.
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    if (timedOut) {
+        return;
     }
     readLen = count;
     readBuffer[static_cast<std::size_t>(count)] = 0;

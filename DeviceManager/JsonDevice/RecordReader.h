@@ -35,6 +35,7 @@ public:
     void follow(const Communicator* communicator);
 
     void setLargestRecord(std::size_t bytes) { largestRecord = bytes; }
+    std::size_t getLargestRecord() const { return largestRecord; }
     /// The clock is not owned and must outlive the reader.
     void setClock(const Clock& newClock) { clock = &newClock; }
     const Clock& getClock() const { return *clock; }

@@ -107,6 +107,16 @@ TEST(DeviceMessage, ElementsByIndex) {
     EXPECT_TRUE(null.getParamAt(0).isNull());
 }
 
+TEST(DeviceMessage, ParamsWithoutElementsHaveNone) {
+    DeviceMessage m;
+    for (const char* const text : {R"({"a":1})", "{}", "5", "\"text\"", "true"}) {
+        m.setParams(json(text));
+        EXPECT_THROW(m.getParamAt(0), KorvanIndexOutOfBoundsException) << text;
+        EXPECT_THROW(m.addParameter(1), KorvanExceptionRuntime) << text;
+        EXPECT_EQ(m.getParams(), json(text));
+    }
+}
+
 TEST(DeviceMessage, ElementsByKey) {
     DeviceMessage m;
     m.setParams(json("[1]"));

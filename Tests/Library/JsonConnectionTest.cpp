@@ -1,3 +1,4 @@
+#include <limits>
 #include <thread>
 #include <vector>
 
@@ -423,6 +424,28 @@ TEST_F(JsonConnectionTest, TheObjectFormNumbersACopyAndWaitsTenSeconds) {
         EXPECT_EQ(e.getMessage(), L"[Lab \u00b5]JSON response id didn't match");
         EXPECT_EQ(e.getLine(), 267);
     }
+}
+
+TEST_F(JsonConnectionTest, LateRepliesDoNotKeepTheObjectFormForEver) {
+    reachId(5);
+    device.onTimeOut([this](int) { clock.advance(4000); });
+    device.expectAny();
+    for (int i = 0; i < 3; ++i) {
+        device.timeOut().reply(reply(5));
+    }
+    Json::Value message;
+    message["method"] = "m";
+    EXPECT_TRUE(connection.callCommunicator(message).isNull());
+}
+
+TEST_F(JsonConnectionTest, ATimeOutThatNoReadCanTakeIsTheLongestOne) {
+    std::vector<int> timeouts;
+    device.onTimeOut([&](int timeoutMs) { timeouts.push_back(timeoutMs); });
+    for (const long long ms : {1LL << 32, 1LL << 31, std::numeric_limits<long long>::max()}) {
+        device.expectAny().timeOut().reply(reply(connection.getNextId() + 1));
+        connection.callCommunicator("m", noParams, milliseconds(ms));
+    }
+    EXPECT_EQ(timeouts, std::vector<int>(3, std::numeric_limits<int>::max()));
 }
 
 TEST_F(JsonConnectionTest, TraceLogOfACall) {

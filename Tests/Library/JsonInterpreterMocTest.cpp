@@ -148,6 +148,27 @@ TEST(JsonInterpreterMoc, TriggeringReachesTheCallbacks) {
     expectDeviceException([&] { moc.triggerSequence(); }, L"no more sequences", 0);
 }
 
+TEST(JsonInterpreterMoc, WhatIsTriggeredLeavesTheScriptAfterTheCallbacks) {
+    JsonInterpreterMoc moc(true);
+    std::vector<int> sizes;
+    bool clear = false;
+    moc.addCallback("lamp", [&](const DeviceMessage&) {
+        sizes.push_back(moc.expectedSize());
+        if (clear) {
+            moc.clearSequences();
+        }
+    });
+    DeviceMessage change("lamp", 7);
+    change.setMethod("notify");
+    moc.addSequence(DeviceMessage(), change, false);
+    moc.addSequence(DeviceMessage(), change, false);
+    moc.triggerSequence();
+    clear = true;
+    moc.triggerSequence();
+    EXPECT_EQ(sizes, (std::vector<int>{2, 1}));
+    EXPECT_EQ(moc.expectedSize(), 0);
+}
+
 TEST(JsonInterpreterMoc, BypassedMethodsGoToTheDevice) {
     JsonInterpreterMoc moc(true);
     moc.addBypassMethod("getAttributes");

@@ -2,6 +2,7 @@
 #include <chrono>
 #include <functional>
 #include <latch>
+#include <limits>
 #include <thread>
 #include <vector>
 
@@ -9,6 +10,7 @@
 #include <sys/resource.h>
 
 #include "Common/Exceptions.h"
+#include "DeviceManager/JsonDevice/JsonExceptions.h"
 #include "DeviceManager/JsonDevice/JsonInterpreter.h"
 #include "DeviceManager/JsonDevice/JsonText.h"
 #include "Platform/Transport/DeviceExceptions.h"
@@ -230,6 +232,55 @@ TEST_F(JsonInterpreterTest, ACallbackMaySendARequestOfItsOwn) {
     EXPECT_EQ(interpreter.sendMsg("c").getParams(), "outer");
     EXPECT_EQ(inner, 120);
     EXPECT_EQ(values, std::vector<int>{7});
+}
+
+TEST_F(JsonInterpreterTest, ACallbacksRequestLosesNoReplyThatWasAskedForBefore) {
+    Json::Value inner;
+    const auto entry =
+        interpreter.addCallback("lamp", [&](const DeviceMessage&) { inner = interpreter.getValue("hours"); });
+    // The device answers in the order of the requests.
+    device.expect(request(1, "get", R"(["c"])")).reply(notification("lamp", 1));
+    device.expect(request(2, "get", R"(["hours"])")).reply(reply(1, "\"outer\"")).reply(reply(2, "120"));
+    EXPECT_EQ(interpreter.sendMsg("c").getParams(), "outer");
+    EXPECT_EQ(inner, 120);
+    device.expect(request(3, "get", R"(["c"])")).reply(notification("lamp", 2));
+    device.expect(request(4, "get", R"(["hours"])"))
+        .reply(R"({"id":3,"error":{"code":1}})")
+        .reply(reply(4, "121"));
+    EXPECT_TRUE(interpreter.sendMsg("c").isResultError());
+    EXPECT_EQ(inner, 121);
+    interpreter.removeCallback(entry);
+    // A callback that polls takes no reply away either.
+    interpreter.addCallback("lamp", [&](const DeviceMessage&) { interpreter.processMessages(); });
+    device.expectAny().reply(notification("lamp", 3)).reply(reply(5, "\"polled\""));
+    EXPECT_EQ(interpreter.sendMsg("c").getParams(), "polled");
+    EXPECT_TRUE(waits.empty());
+}
+
+TEST_F(JsonInterpreterTest, AnErrorForNobodyFailsTheRequestThatReadsIt) {
+    device.expectAny().reply(R"({"id":99,"error":{}})");
+    EXPECT_THROW(interpreter.sendAndGetReply(DeviceMessage("c"), 100), ErrorReplyException);
+    device.expectAny().reply(R"({"id":null,"error":{}})");
+    EXPECT_THROW(interpreter.sendAndGetReply(DeviceMessage("c"), 100), ErrorReplyException);
+}
+
+TEST_F(JsonInterpreterTest, AnIdMatchesByItsValue) {
+    device.expectAny().reply(R"({"id":"1","result":5})").reply(R"({"id":1.0,"result":6})");
+    EXPECT_EQ(interpreter.sendMsg("c").getParams(), 6);
+}
+
+TEST_F(JsonInterpreterTest, AWaitThatNoReadCanTakeIsTheLongestOne) {
+    device.expectAny().timeOut().reply(reply(1, "5"));
+    EXPECT_EQ(interpreter.sendMethodMsgWithTimeout("m", 1, 4294967295U).getParams(), 5);
+    EXPECT_EQ(waits, std::vector<int>{std::numeric_limits<int>::max()});
+}
+
+TEST_F(JsonInterpreterTest, TheLargestMessageStaysWhenTheCommunicatorChanges) {
+    interpreter.setLargestMessage(100);
+    ScriptedCommunicator other;
+    interpreter.setCommunicator(&other, true);
+    other.expectAny().reply(reply(1, "\"" + std::string(100, 'x') + "\""));
+    EXPECT_TRUE(interpreter.sendMsg("c").isResultError());
 }
 
 TEST_F(JsonInterpreterTest, WhatACallbackThrowsReachesThePollerAndLeavesTheInterpreterUsable) {

@@ -1,3 +1,5 @@
+#include <chrono>
+#include <cstring>
 #include <limits>
 #include <random>
 
@@ -140,6 +142,26 @@ TEST(JsonTextRead, AcceptsAndRefusesTheSameDepth) {
         Json::Value value;
         return JsonText::read(std::string(1000000, '['), value);
     }());
+}
+
+TEST(JsonTextRead, ManyCommentsTakeNoTimeToSpeakOf) {
+    std::string text = "[1.5 ";
+    for (int i = 0; i < 200000; ++i) {
+        text += "/**/";
+    }
+    text += "]";
+    const auto start = std::chrono::steady_clock::now();
+    Json::Value value;
+    ASSERT_TRUE(JsonText::read(text, value));
+    EXPECT_EQ(value[0], 1.5);
+    // Were they kept, it would be more than a minute.
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+}
+
+TEST(JsonTextRead, KeepsTheCommentsOfAShortText) {
+    Json::Value value;
+    ASSERT_TRUE(JsonText::read("// before\n[1.5]", value));
+    EXPECT_EQ(value.getComment(Json::commentBefore), "// before");
 }
 
 TEST(JsonTextRead, ReadsInPlaceAndWithoutRoomToSpare) {
