@@ -133,7 +133,7 @@ TEST_F(SimulatorTest, AnswersThePeerThatHasFinishedSending) {
 }
 
 TEST_F(SimulatorTest, OwesThePeerThatHasFinishedSendingTheWholeReply) {
-    const std::string text(20'000'000, 'a');
+    const std::string text(8'000'000, 'a');
     simulator->getProjector().set("model", text);
     const auto client = connect();
     client->sendRecord(getModel);
@@ -239,8 +239,8 @@ TEST_F(SimulatorTest, DropsNoReplyOfAPeerThatDoesNotReadForLong) {
     const std::string text(100'000, 'a');
     simulator->getProjector().set("model", text);
     const auto client = connect();
-    // 40 MB of replies, more than the system's own buffers and the server's allowance hold.
-    constexpr int count = 400;
+    // 20 MB of replies, more than the system's own buffers and the server's allowance hold.
+    constexpr int count = 200;
     std::thread sender([&] {
         for (int i = 0; i < count; ++i) {
             client->sendRecord(request("StatusInterface::getModel", "[]", std::to_string(i)));
