@@ -9,6 +9,12 @@ std::vector<Command> allCommands() {
     all.push_back(callCommand());
     all.push_back(statusCommand());
     all.push_back(remoteCommand());
+    all.push_back(powerCommand());
+    all.push_back(inputCommand());
+    all.push_back(shutterCommand());
+    all.push_back(gammaCommand());
+    all.push_back(colorCommand());
+    all.push_back(settingsCommand());
     all.push_back(getCommand());
     all.push_back(setCommand());
     all.push_back(attributesCommand());
