@@ -23,16 +23,56 @@ function(jsondevice_common_settings target)
   endif()
 endfunction()
 
-# jsondevice_add_library(NAME [SOURCES...] [PUBLIC targets...] [PRIVATE targets...]):
-# a shared library lib<Name>.so with the alias JsonDevice::<NAME>.
+# jsondevice_install_headers([INTERNAL names...]): installs the folder's headers
+# under the path by which they are included, except those named and those of
+# no use outside (*-inl.h).
+function(jsondevice_install_headers)
+  if(NOT JSONDEVICE_INSTALL)
+    return()
+  endif()
+  cmake_parse_arguments(PARSE_ARGV 0 arg "" "" "INTERNAL")
+  file(GLOB headers CONFIGURE_DEPENDS *.h *.def *.inc)
+  list(FILTER headers EXCLUDE REGEX "-inl\\.h$")
+  list(TRANSFORM arg_INTERNAL PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+  list(REMOVE_ITEM headers ${arg_INTERNAL})
+  file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
+  install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/JsonDevice/${folder} COMPONENT development)
+endfunction()
+
+# jsondevice_shared_library(TARGET COMPONENT): what every shared library of the
+# project has: a version, only its own symbols, a place in the installed package.
+function(jsondevice_shared_library target component)
+  set_target_properties(${target} PROPERTIES
+    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+    LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/HiddenSymbols.map)
+  target_link_options(${target} PRIVATE LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/HiddenSymbols.map)
+  jsondevice_common_settings(${target})
+  if(JSONDEVICE_INSTALL)
+    install(TARGETS ${target} EXPORT JsonDeviceTargets
+      LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ${component} NAMELINK_COMPONENT development)
+  endif()
+endfunction()
+
+# jsondevice_install_program(TARGET COMPONENT)
+function(jsondevice_install_program target component)
+  if(JSONDEVICE_INSTALL)
+    install(TARGETS ${target} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT ${component})
+  endif()
+endfunction()
+
+# jsondevice_add_library(NAME [SOURCES...] [PUBLIC targets...] [PRIVATE targets...]
+# [COMPONENT name]): a shared library libJsonDevice<Name>.so with the alias
+# JsonDevice::<NAME>, installed with the component given or else "library".
 function(jsondevice_add_library name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;PUBLIC;PRIVATE")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "COMPONENT" "SOURCES;PUBLIC;PRIVATE")
+  if(NOT arg_COMPONENT)
+    set(arg_COMPONENT library)
+  endif()
   set(target JsonDevice${name})
   add_library(${target} SHARED ${arg_SOURCES})
   add_library(JsonDevice::${name} ALIAS ${target})
-  set_target_properties(${target} PROPERTIES EXPORT_NAME ${name}
-    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
-  jsondevice_common_settings(${target})
+  set_target_properties(${target} PROPERTIES EXPORT_NAME ${name})
+  jsondevice_shared_library(${target} ${arg_COMPONENT})
   target_link_libraries(${target} PUBLIC ${arg_PUBLIC} PRIVATE ${arg_PRIVATE})
 endfunction()
 

@@ -1,0 +1,17 @@
+# Run by CPack on what it is about to pack: a package's libraries lie where the
+# system looks for them, and every package brings its licence.
+file(GLOB folders ${CPACK_TEMPORARY_DIRECTORY}/*)
+foreach(folder IN LISTS folders)
+  file(GLOB_RECURSE files LIST_DIRECTORIES false ${folder}/usr/bin/* ${folder}/usr/lib/*.so.*)
+  foreach(file IN LISTS files)
+    if(NOT IS_SYMLINK ${file})
+      file(RPATH_REMOVE FILE ${file})
+    endif()
+  endforeach()
+  get_filename_component(component ${folder} NAME)
+  string(TOUPPER ${component} upper)
+  file(COPY_FILE ${CPACK_RESOURCE_FILE_LICENSE} ${CPACK_TEMPORARY_DIRECTORY}/licence)
+  set(documents ${folder}/usr/share/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
+  file(MAKE_DIRECTORY ${documents})
+  file(RENAME ${CPACK_TEMPORARY_DIRECTORY}/licence ${documents}/copyright)
+endforeach()
