@@ -10,16 +10,18 @@
 #include "Simulator/ColorModel.h"
 #include "Simulator/ControlModel.h"
 #include "Simulator/GammaModel.h"
+#include "Simulator/GeometryModel.h"
 #include "Simulator/MessageModel.h"
 #include "Simulator/PowerModel.h"
 #include "Simulator/RemoteModel.h"
 #include "Simulator/StatusModel.h"
 #include "Simulator/TestPatternModel.h"
+#include "Simulator/ViewerModel.h"
 
 namespace JsonDevice::Simulation {
 
 struct Projector::Implementation {
-    explicit Implementation(Clock ownClock) : clock(std::move(ownClock)), last(clock()) {
+    Implementation(Clock ownClock, Protocol protocol) : clock(std::move(ownClock)), last(clock()) {
         add<RemoteModel>();
         add<StatusModel>(power);
         add<ControlModel>(power, [this] { restoreDefaults(); });
@@ -29,6 +31,8 @@ struct Projector::Implementation {
         add<BlockPatternModel<PreWarpBlockPatternInterface>>();
         add<BlockPatternModel<ProjectorBlockPatternInterface>>();
         add<CalibrationPatternModel>();
+        add<GeometryModel>(protocol);
+        add<ViewerModel>();
     }
 
     template <class Model, class... Arguments>
@@ -67,7 +71,8 @@ struct Projector::Implementation {
     std::vector<std::unique_ptr<Feature>> features;
 };
 
-Projector::Projector(Clock clock) : implementation(std::make_unique<Implementation>(std::move(clock))) {}
+Projector::Projector(Clock clock, Protocol protocol)
+    : implementation(std::make_unique<Implementation>(std::move(clock), protocol)) {}
 
 Projector::~Projector() = default;
 

@@ -8,6 +8,7 @@
 #include <json/value.h>
 
 #include "Common/Export.h"
+#include "Simulator/Protocol.h"
 #include "Simulator/RequestDispatcher.h"
 #include "Simulator/Scene.h"
 
@@ -28,7 +29,7 @@ public:
 
     /// The clock is asked under the lock and must not call the projector. A
     /// clock that goes back counts as one that stands.
-    explicit Projector(Clock clock = std::chrono::steady_clock::now);
+    explicit Projector(Clock clock = std::chrono::steady_clock::now, Protocol protocol = Protocol::Current);
     Projector(const Projector&) = delete;
     Projector& operator=(const Projector&) = delete;
     ~Projector();

@@ -21,7 +21,7 @@ RecordServer::Options ticking(RecordServer::Options options, Simulation::Project
 Simulator::Simulator() : Simulator(Options()) {}
 
 Simulator::Simulator(Options options)
-    : projector(std::move(options.clock)),
+    : projector(std::move(options.clock), options.protocol),
       server([this](const std::string& record, Caller& caller) { return projector.handle(record, caller); },
              [this](Caller& caller) { projector.forget(caller); },
              ticking(std::move(options.server), projector)) {}

@@ -23,6 +23,7 @@ public:
         RecordServer::Options server = {};
         /// What the values that depend on time follow.
         Simulation::Projector::Clock clock = std::chrono::steady_clock::now;
+        Simulation::Protocol protocol = Simulation::Protocol::Current;
     };
 
     Simulator();

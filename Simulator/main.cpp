@@ -53,6 +53,8 @@ int main(int argc, char** argv) {
     std::string listenAddress = "127.0.0.1";
     bool verbose = false;
     std::vector<std::string> misbehaviours;
+    int protocol = 2;
+    std::vector<int> resolution;
     std::size_t largestRecord = JsonDevice::RecordServer::Options().largestRecord;
 
     CLI::App app(
@@ -67,6 +69,14 @@ int main(int argc, char** argv) {
                    "Go wrong in a given way, for example \"no-answer,count=1\" or "
                    "\"garbage,probability=0.1,seed=7\"; may be given several times")
         ->allow_extra_args(false);
+    app.add_option("--protocol", protocol, "The protocol spoken: 1 for the older one, 2")
+        ->check(CLI::IsMember({1, 2}))
+        ->capture_default_str();
+    app.add_option("--resolution", resolution, "Width and height of the picture in pixels")
+        ->delimiter('x')
+        ->expected(2)
+        ->type_name("WIDTHxHEIGHT")
+        ->check(CLI::Range(1, 65536));
     app.add_option("--largest-record", largestRecord, "The largest record taken, in bytes")
         ->capture_default_str();
     try {
@@ -87,10 +97,18 @@ int main(int argc, char** argv) {
     try {
         JsonDevice::Simulator::Options options;
         options.server.largestRecord = largestRecord;
+        options.protocol = protocol == 1 ? JsonDevice::Simulation::Protocol::Older
+                                         : JsonDevice::Simulation::Protocol::Current;
         if (verbose) {
             options.server.onTraffic = show;
         }
         JsonDevice::Simulator simulator(std::move(options));
+        if (!resolution.empty()) {
+            Json::Value size;
+            size.append(resolution[0]);
+            size.append(resolution[1]);
+            simulator.getProjector().set("nativeResolution", size);
+        }
         for (const std::string& misbehaviour : misbehaviours) {
             simulator.misbehave(misbehaviour);
         }
