@@ -10,6 +10,7 @@
 #include "Platform/Devices/BlackLevelProxy.h"
 #include "Platform/Devices/BlendProxy.h"
 #include "Platform/Devices/GrayscaleImage.h"
+#include "Simulator/Scene.h"
 
 namespace JsonDevice::Simulation {
 
@@ -22,6 +23,7 @@ constexpr float maximumGain = 0.25F;
 constexpr int done = 0;
 /// The map that a blend is named after, and whose XML stands for it.
 constexpr std::size_t blendMap = 2;
+constexpr std::size_t maskMap = 0;
 
 std::wstring nameOf(const WarpContent& content) {
     const auto& map = content.maps[blendMap];
@@ -63,6 +65,21 @@ void GeometryModel::restoreDefaults() {
     uniformities.clear();
     masks.clear();
     blackLevels.clear();
+}
+
+void GeometryModel::show(Scene& scene) const {
+    const auto warp = warps.active();
+    if (warp && warp->mesh) {
+        scene.warp = std::shared_ptr<const Mesh>(warp, &*warp->mesh);
+    }
+    // A warp brings its maps along; a blend or a mask of its own goes before them.
+    const auto map = [&](const std::shared_ptr<const WarpContent>& own, std::size_t index) {
+        const auto& content = own ? own : warp;
+        const auto proxy = content ? content->maps[index] : nullptr;
+        return proxy ? std::shared_ptr<const GrayscaleImage>(proxy, proxy->getImage()) : nullptr;
+    };
+    scene.mask = map(masks.active(), maskMap);
+    scene.blend = map(blends.active(), blendMap);
 }
 
 void GeometryModel::bindWarps() {
@@ -178,26 +195,33 @@ void GeometryModel::bindBlends() {
     bindShelf(masks, Masks::nameMask, Masks::saveMask, Masks::deleteMask, Masks::previewMask,
               Masks::showMask);
 
-    requests.bind(Methods::getBlendLocation, [this] { return sent(blends.getSelected()); });
+    if (protocol == Protocol::Older) {
+        bindOlderSelection();
+        return;
+    }
+    requests.bind(Methods::getBlendLocation, [this] { return blends.getSelected(); });
+    requests.bind(Methods::selectBlend, [this](int location) { blends.select(location); });
+    requests.bind(Methods::getUniformityLocation, [this] { return uniformities.getSelected(); });
+    requests.bind(Methods::selectUniformity, [this](int location) { uniformities.select(location); });
+}
+
+void GeometryModel::bindOlderSelection() {
+    namespace Methods = Vocabulary::Blending;
+    // One selection serves both families: whichever has something there.
+    requests.bind(Methods::getBlendLocation, [this] {
+        return sent(blends.getSelected() != 0 ? blends.getSelected() : uniformities.getSelected());
+    });
     requests.bind(Methods::selectBlend, [this](int location) {
         const int slot = stored(location);
-        if (protocol == Protocol::Older && slot != 0 && !blends.contains(slot)) {
-            // One selection serves both families.
-            uniformities.select(slot);
-            return;
-        }
-        blends.select(slot);
+        const bool uniformity = !blends.contains(slot) && uniformities.contains(slot);
+        (uniformity ? uniformities : blends).select(slot);
+        (uniformity ? blends : uniformities).select(0);
     });
-    if (protocol == Protocol::Current) {
-        requests.bind(Methods::getUniformityLocation, [this] { return uniformities.getSelected(); });
-        requests.bind(Methods::selectUniformity, [this](int location) { uniformities.select(location); });
-    } else {
-        const char* const refusal = "A device of the older protocol has one selection, that of the blend";
-        requests.bind(Methods::getUniformityLocation,
-                      [refusal]() -> int { throw RequestError(ErrorCode::methodNotFound, refusal); });
-        requests.bind(Methods::selectUniformity,
-                      [refusal](int) { throw RequestError(ErrorCode::methodNotFound, refusal); });
-    }
+    const char* const refusal = "A device of the older protocol has one selection, that of the blend";
+    requests.bind(Methods::getUniformityLocation,
+                  [refusal]() -> int { throw RequestError(ErrorCode::methodNotFound, refusal); });
+    requests.bind(Methods::selectUniformity,
+                  [refusal](int) { throw RequestError(ErrorCode::methodNotFound, refusal); });
 }
 
 void GeometryModel::bindMasks() {

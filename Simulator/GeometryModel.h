@@ -38,6 +38,7 @@ public:
     ~GeometryModel() override;
 
     void restoreDefaults() override;
+    void show(Scene& scene) const override;
 
     Shelf<WarpContent> warps;
     Shelf<WarpContent> blends;
@@ -53,6 +54,7 @@ private:
     void bindWarps();
     void bindWarpSettings();
     void bindBlends();
+    void bindOlderSelection();
     void bindMasks();
     void bindBlackLevels();
     /// Locations as the protocol numbers them, to those of the shelves.

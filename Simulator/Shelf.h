@@ -43,7 +43,7 @@ public:
     }
     void checkLocation(int location) const { store.checkLocation(location); }
     void name(int location, std::wstring name) { store.at(location).name = std::move(name); }
-    const Content& at(int location) { return *store.at(location).content; }
+    const Content& at(int location) const { return *store.at(location).content; }
     bool contains(int location) const { return store.contains(location); }
     std::vector<std::pair<int, std::wstring>> list() const { return store.list(); }
     /// What is deleted while it is selected is no more active.
@@ -80,14 +80,14 @@ public:
     }
 
     /// What has its effect on the picture; null for none.
-    const Content* active() {
+    std::shared_ptr<const Content> active() const {
         if (!showing) {
             return nullptr;
         }
         if (previewed) {
-            return previewed.get();
+            return previewed;
         }
-        return selected.get() == 0 ? nullptr : store.at(selected.get()).content.get();
+        return selected.get() == 0 ? nullptr : store.at(selected.get()).content;
     }
 
 private:

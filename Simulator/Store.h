@@ -37,7 +37,8 @@ public:
         checkLocation(location);
         items.insert_or_assign(location, Item{std::move(name), std::move(content)});
     }
-    Item& at(int location) {
+    Item& at(int location) { return const_cast<Item&>(std::as_const(*this).at(location)); }
+    const Item& at(int location) const {
         checkLocation(location);
         const auto found = items.find(location);
         if (found == items.end()) {
