@@ -528,6 +528,40 @@ TEST_F(JsonConnectionTest, ABadTransportNeitherSpinsNorCrashes) {
     EXPECT_EQ(call()["id"], 5);
 }
 
+TEST(JsonConnectionReconnect, ARecordOfTheOldConnectionIsDroppedWhenAReadMakesANewOne) {
+    struct Reconnecting : Communicator {
+        std::wstring getDisplayName() const override { return L"reconnecting"; }
+        int read(char* buffer, int, int, int) override {
+            // The first block ends inside a record, and the second comes over another connection.
+            const std::string bytes =
+                ++connections == 2 ? record(reply(1)) + R"({"id":)" : record(reply(2, "\"new\""));
+            bytes.copy(buffer, bytes.size());
+            return static_cast<int>(bytes.size());
+        }
+        int write(const char*, std::size_t length, int, int) override { return static_cast<int>(length); }
+        std::uint64_t connectionCount() const override { return connections; }
+        std::uint64_t connections = 1;
+    } device;
+    JsonConnection connection(&device);
+    EXPECT_EQ(connection.readMsg(1000)["id"], 1);
+    EXPECT_EQ(connection.readMsg(1000)["result"], "new");
+}
+
+TEST(JsonConnectionReconnect, ATransportThatTimesOutAtOnceIsNotAskedInATightLoop) {
+    struct Impatient : Communicator {
+        std::wstring getDisplayName() const override { return L"impatient"; }
+        int read(char*, int, int, int) override {
+            ++reads;
+            throw DeviceTimedOutException(L"at once");
+        }
+        int write(const char*, std::size_t length, int, int) override { return static_cast<int>(length); }
+        int reads = 0;
+    } device;
+    JsonConnection connection(&device);
+    EXPECT_TRUE(connection.readMsg(30).isNull());
+    EXPECT_LE(device.reads, 31) << "one for each millisecond";
+}
+
 TEST(JsonConnectionThreads, ExchangesOfManyThreadsAndConnectionsNeverInterleave) {
     struct Echo : Communicator {
         std::wstring getDisplayName() const override { return L"echo"; }

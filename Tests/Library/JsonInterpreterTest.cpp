@@ -343,6 +343,16 @@ TEST_F(JsonInterpreterTest, NotificationsDoNotPutTheDeadlineOff) {
     EXPECT_EQ(values.size(), 3U);
 }
 
+TEST_F(JsonInterpreterTest, ATimeOutOfZeroWaitsWithoutLimit) {
+    device.onTimeOut([this](int timeoutMs) {
+        waits.push_back(timeoutMs);
+        clock.advance(1000000);
+    });
+    device.expectAny().timeOut().reply(notification("lamp", 1)).timeOut().reply(reply(1, "5"));
+    EXPECT_EQ(interpreter.sendAndGetReply(DeviceMessage("c"), 0).getParams(), 5);
+    EXPECT_EQ(waits, (std::vector<int>{0, 0}));
+}
+
 TEST_F(JsonInterpreterTest, TheReplyTimeoutThatWasSet) {
     interpreter.setReplyTimeout(700);
     device.expectAny().silence();

@@ -127,13 +127,29 @@ TEST(MarshalRegistry, CopiesShareTheMarshallersAndNotTheNames) {
     EXPECT_EQ(copy.toJson("int", &seven, {}), 7);
 }
 
+struct Tagged : JType {
+    explicit Tagged(int t) : tag(t) {}
+    Json::Value toJson(const void*, const MarshalOptions&) const override { return tag; }
+    void* fromJson(const Json::Value&) const override { return nullptr; }
+    int tag;
+};
+
+TEST(MarshalRegistry, ACopyKeepsTheMarshallersThatItShares) {
+    auto marshaller = std::make_shared<Tagged>(1);
+    const std::weak_ptr<Tagged> watched = marshaller;
+    auto original = std::make_unique<MarshalJson>();
+    original->registerType<int>("x", std::move(marshaller), []() -> void* { return nullptr; });
+    {
+        MarshalJson assigned;
+        assigned = *original;
+        original.reset();
+        EXPECT_FALSE(watched.expired());
+        EXPECT_EQ(assigned.toJson("x", nullptr, {}), 1);
+    }
+    EXPECT_TRUE(watched.expired());
+}
+
 TEST(MarshalRegistry, AReplacedMarshallerStaysAlive) {
-    struct Tagged : JType {
-        explicit Tagged(int t) : tag(t) {}
-        Json::Value toJson(const void*, const MarshalOptions&) const override { return tag; }
-        void* fromJson(const Json::Value&) const override { return nullptr; }
-        int tag;
-    };
     MarshalJson registry;
     auto first = std::make_shared<Tagged>(1);
     const std::weak_ptr<Tagged> watched = first;
