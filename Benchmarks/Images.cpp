@@ -61,18 +61,7 @@ void setOnce(float* values, std::size_t count) {
 /// The same in halves on two threads: what a second thread can bring at all.
 template <class Value>
 void onTwo(void (*work)(Value*, std::size_t), Value* values) {
-    class Halves final : public PieceJob {
-    public:
-        Halves(void (*work)(Value*, std::size_t), Value* values) : work(work), values(values) {}
-        void produce(std::size_t piece, std::size_t) override {
-            work(values + piece * pixels / 2, pixels / 2);
-        }
-
-    private:
-        void (*work)(Value*, std::size_t);
-        Value* values;
-    } job(work, values);
-    runPieces(job, 2, 2);
+    forEachPiece(2, 2, [&](std::size_t piece) { work(values + piece * pixels / 2, pixels / 2); });
 }
 
 // ---- The plain implementation

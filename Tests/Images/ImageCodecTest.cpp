@@ -1,6 +1,5 @@
 #include <atomic>
 #include <cstdint>
-#include <limits>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -80,17 +79,29 @@ TEST(RunLength, UniformImagesAreOneRunThroughAllPieces) {
 }
 
 TEST(RunLength, ARunMayEndAtEveryDistanceFromACut) {
-    // Pieces are cut at multiples of 32768 values. One run lies around the first cut.
+    // Two workers cut the image in its middle. One run lies around the cut.
+    constexpr int middle = 2 * 32768;
     for (int before = 0; before < 140; ++before) {
         for (const int behind : {0, 1, 62, 63, 64, 65, 129}) {
             RasterGrayscaleImage image(32768, 4, nullptr);
-            for (int i = 32768 - before; i < 32768 + behind; ++i) {
+            for (int i = middle - before; i < middle + behind; ++i) {
                 image.getData()[i] = 1.0F;
             }
             ASSERT_TRUE(encoded(GrayscaleValues(image), grayscaleLimit, 2) ==
                         portableText(image.getData(), 4 * 32768, grayscaleLimit))
                 << before << " " << behind;
         }
+    }
+}
+
+TEST(RunLength, EveryCutOfAnImage) {
+    // Images of every length, so that the cut comes everywhere: in runs, between them, in noise.
+    const RasterGrayscaleImage whole = mixedImage(140000, 1, 77);
+    for (int length = 2 * 65536; length < 2 * 65536 + 600; ++length) {
+        const RasterGrayscaleImage image(length, 1, whole.getData());
+        ASSERT_TRUE(encoded(GrayscaleValues(image), grayscaleLimit, 2) ==
+                    encoded(GrayscaleValues(image), grayscaleLimit, 1))
+            << length;
     }
 }
 
@@ -339,49 +350,34 @@ TEST(ByteRaster, KnowsHowMuchATextHolds) {
     EXPECT_FALSE(plainTextHolds(5, 4));
 }
 
-class CountingJob final : public PieceJob {
-public:
-    void produce(std::size_t, std::size_t worker) override {
-        EXPECT_LT(worker, 3U);
-        ++produced;
-    }
-    void join(std::size_t piece, std::size_t) override {
-        order.push_back(piece);
-        if (piece == failing) {
-            throw std::runtime_error("join");
+TEST(ParallelLoop, DoesEveryPieceOnce) {
+    for (const std::size_t workers : workerCounts) {
+        std::vector<std::atomic<int>> done(1000);
+        forEachPiece(1000, workers, [&](std::size_t piece) { ++done[piece]; });
+        for (const auto& times : done) {
+            ASSERT_EQ(times, 1);
         }
-    }
-    void place(std::size_t, std::size_t) override { ++placed; }
-
-    std::atomic<std::size_t> produced{0};
-    std::atomic<std::size_t> placed{0};
-    std::vector<std::size_t> order;  // one thread at a time
-    std::size_t failing = std::numeric_limits<std::size_t>::max();
-};
-
-TEST(ParallelLoop, JoinsInTheOrderOfThePieces) {
-    CountingJob job;
-    runPieces(job, 1000, 3);
-    EXPECT_EQ(job.produced, 1000U);
-    EXPECT_EQ(job.placed, 1000U);
-    ASSERT_EQ(job.order.size(), 1000U);
-    for (std::size_t i = 0; i < 1000; ++i) {
-        ASSERT_EQ(job.order[i], i);
     }
 }
 
 TEST(ParallelLoop, AFailureEndsItAndReachesTheCaller) {
-    CountingJob job;
-    job.failing = 500;
-    EXPECT_THROW(runPieces(job, 100000, 3), std::runtime_error);
-    EXPECT_EQ(job.order.size(), 501U);
-    EXPECT_LT(job.produced, 100000U);
+    for (const std::size_t workers : workerCounts) {
+        std::atomic<std::size_t> done{0};
+        EXPECT_THROW(forEachPiece(1000000, workers,
+                                  [&](std::size_t piece) {
+                                      ++done;
+                                      if (piece == 500) {
+                                          throw std::runtime_error("500");
+                                      }
+                                  }),
+                     std::runtime_error);
+        EXPECT_GE(done, 501U);
+        EXPECT_LT(done, 1000000U);
+    }
 }
 
 TEST(ParallelLoop, NothingToDoIsDone) {
-    CountingJob job;
-    runPieces(job, 0, 3);
-    EXPECT_EQ(job.produced, 0U);
+    forEachPiece(0, 3, [](std::size_t) { FAIL(); });
     EXPECT_GE(availableWorkers(), 1U);
 }
 

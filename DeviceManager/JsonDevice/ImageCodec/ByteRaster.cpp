@@ -22,27 +22,16 @@ constexpr std::size_t stepBytes = 6 * 1024;
 
 /// Calls use(begin, end) for pieces of `count` things, on several threads.
 template <class Use>
-void forEachPiece(std::size_t count, std::size_t size, std::size_t workers, Use use) {
-    class Job final : public PieceJob {
-    public:
-        Job(std::size_t count, std::size_t size, Use& use) : count(count), size(size), use(use) {}
-        void produce(std::size_t piece, std::size_t) override {
-            use(piece * size, std::min(count, (piece + 1) * size));
-        }
-
-    private:
-        std::size_t count;
-        std::size_t size;
-        Use& use;
-    } job(count, size, use);
-    runPieces(job, (count + size - 1) / size, workers);
+void forEachRange(std::size_t count, std::size_t size, std::size_t workers, Use use) {
+    forEachPiece((count + size - 1) / size, workers,
+                 [&](std::size_t piece) { use(piece * size, std::min(count, (piece + 1) * size)); });
 }
 
 }  // namespace
 
 void quantise(const ValueSource& source, std::uint8_t* bytes, std::size_t workers) {
     const std::size_t channels = source.valuesPerPixel();
-    forEachPiece(source.pixels(), pieceValues / channels, workers, [&](std::size_t begin, std::size_t end) {
+    forEachRange(source.pixels(), pieceValues / channels, workers, [&](std::size_t begin, std::size_t end) {
         std::uint8_t* out = bytes + begin * channels;
         source.forEachBlock(begin, end, [&](const float* values, std::size_t count) {
             quantiseBytes(values, count, out);
@@ -53,7 +42,7 @@ void quantise(const ValueSource& source, std::uint8_t* bytes, std::size_t worker
 
 void encodePlain(const ValueSource& source, char* text, std::size_t workers) {
     const std::size_t channels = source.valuesPerPixel();
-    forEachPiece(source.pixels(), pieceValues / channels, workers, [&](std::size_t begin, std::size_t end) {
+    forEachRange(source.pixels(), pieceValues / channels, workers, [&](std::size_t begin, std::size_t end) {
         std::array<std::uint8_t, stepBytes> bytes;
         std::size_t held = 0;
         char* out = text + begin * channels / 3 * 4;
@@ -76,14 +65,14 @@ void encodePlain(const ValueSource& source, char* text, std::size_t workers) {
 }
 
 void expand(const std::uint8_t* bytes, std::size_t count, float* values, std::size_t workers) {
-    forEachPiece(count, pieceValues, workers, [&](std::size_t begin, std::size_t end) {
+    forEachRange(count, pieceValues, workers, [&](std::size_t begin, std::size_t end) {
         expandBytes(bytes + begin, end - begin, values + begin);
     });
 }
 
 bool decodePlain(std::string_view text, float* values, std::size_t count, std::size_t workers) {
     std::atomic<bool> complete{true};
-    forEachPiece(count, pieceValues, workers, [&](std::size_t begin, std::size_t end) {
+    forEachRange(count, pieceValues, workers, [&](std::size_t begin, std::size_t end) {
         std::array<std::uint8_t, stepBytes> bytes;
         for (; begin < end && complete; begin += stepBytes) {
             const std::size_t wanted = std::min(stepBytes, end - begin);

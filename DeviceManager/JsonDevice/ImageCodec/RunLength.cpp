@@ -1,8 +1,8 @@
 #include "DeviceManager/JsonDevice/ImageCodec/RunLength.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
-#include <memory>
 
 #include "Common/Base64Portable.h"
 #include "DeviceManager/JsonDevice/ImageCodec/Kernels.h"
@@ -12,9 +12,11 @@ namespace JsonDevice::ImageCodec {
 
 namespace {
 
-// Of every worker's text; with the values it reads, 13 of them stay below 1 MiB.
+// Between two cuts of a text that is decoded by several threads.
 constexpr std::size_t pieceValues = 32 * 1024;
-constexpr std::size_t mostWorkers = 13;
+// Fewer values than these are not worth a piece of an image that is encoded.
+constexpr std::size_t leastValues = 64 * 1024;
+constexpr std::size_t mostWorkers = 16;
 
 char* encodePixels(const ValueSource& source, std::size_t begin, std::size_t end, float limit,
                    RunState& state, char* out) {
@@ -24,72 +26,45 @@ char* encodePixels(const ValueSource& source, std::size_t begin, std::size_t end
     return out;
 }
 
-/// Pieces are encoded as if each were an image of its own, but for the repeats at
-/// the end of its last run, which stay open. A run's text depends on nothing but
-/// its value and its length, so where a piece goes on with the run that the pieces
-/// before it ended with, the two become one by adding the lengths; all other text
-/// stands as it is.
-class EncodeJob final : public PieceJob {
+/// A piece of an image, encoded as if it were an image of its own, but for the
+/// repeats at the end of its last run, which stay open.
+struct EncodedPiece {
+    const char* begin = nullptr;
+    const char* end = nullptr;
+    RunState state;
+};
+
+/// Puts pieces behind one another. A run's text depends on nothing but its value
+/// and its length, so where a piece goes on with the run that the one before it
+/// ended with, the two become one by adding the lengths; all other text stands as
+/// it is.
+class Joiner {
 public:
-    EncodeJob(const ValueSource& source, float limit, char* text, std::size_t workerCount)
-        : source(source),
-          limit(limit),
-          piecePixels(pieceValues / source.valuesPerPixel()),
-          out(text),
-          workers(std::make_unique<Worker[]>(workerCount)) {
-        for (std::size_t i = 0; i < workerCount; ++i) {
-            workers[i].text.reset(new char[runLengthCapacity(pieceValues)]);
-        }
-    }
+    explicit Joiner(char* out) : out(out) {}
 
-    std::size_t pieces() const { return (source.pixels() + piecePixels - 1) / piecePixels; }
-
-    void produce(std::size_t piece, std::size_t worker) override {
-        Worker& own = workers[worker];
-        const std::size_t begin = piece * piecePixels;
-        const std::size_t end = std::min(source.pixels(), begin + piecePixels);
-        own.state = RunState();
-        own.end = encodePixels(source, begin, end, limit, own.state, own.text.get());
-        own.begin = own.text.get();
-    }
-
-    void join(std::size_t, std::size_t worker) override {
-        Worker& own = workers[worker];
+    void add(const EncodedPiece& piece) {
+        const char* begin = piece.begin;
         std::uint16_t first = 0;
-        std::memcpy(&first, own.begin, 2);
+        std::memcpy(&first, begin, 2);
         if (first == open.token) {
             ++open.repeats;
-            own.begin = takeRepeats(own.begin + 2, own.end);
-            if (own.begin == own.end) {
-                open.repeats += own.state.repeats;  // the piece is one single run
-                own.place = nullptr;
+            begin = takeRepeats(begin + 2, piece.end);
+            if (begin == piece.end) {
+                open.repeats += piece.state.repeats;  // the piece is one single run
                 return;
             }
         }
+        // What is written so far is no longer than what was read, so the text moves down.
         out = closeRun(open, out);
-        own.place = out;
-        out += own.end - own.begin;
-        open = own.state;
-    }
-
-    void place(std::size_t, std::size_t worker) override {
-        const Worker& own = workers[worker];
-        if (own.place != nullptr) {
-            std::memcpy(own.place, own.begin, static_cast<std::size_t>(own.end - own.begin));
-        }
+        const auto length = static_cast<std::size_t>(piece.end - begin);
+        std::memmove(out, begin, length);
+        out += length;
+        open = piece.state;
     }
 
     char* finish() { return closeRun(open, out); }
 
 private:
-    struct Worker {
-        std::unique_ptr<char[]> text;
-        const char* begin = nullptr;
-        char* end = nullptr;
-        char* place = nullptr;
-        RunState state;
-    };
-
     /// Adds what follows the first value of a piece and repeats it to the open run.
     const char* takeRepeats(const char* text, const char* end) {
         while (text != end && *text == '/') {
@@ -105,26 +80,34 @@ private:
         return text;
     }
 
-    const ValueSource& source;
-    const float limit;
-    const std::size_t piecePixels;
     RunState open;
     char* out;
-    std::unique_ptr<Worker[]> workers;
 };
 
 }  // namespace
 
 std::size_t encodeRunLength(const ValueSource& source, float limit, char* text, std::size_t workers) {
-    if (workers <= 1 || source.values() <= 2 * pieceValues) {
-        RunState state;
-        char* const end = encodePixels(source, 0, source.pixels(), limit, state, text);
-        return static_cast<std::size_t>(closeRun(state, end) - text);
+    // One piece for each worker: what comes behind the first one's text has to be
+    // moved, which more and smaller pieces would make more.
+    const std::size_t count =
+        std::clamp<std::size_t>(source.values() / leastValues, 1, std::min(workers, mostWorkers));
+    std::array<EncodedPiece, mostWorkers> pieces;
+    forEachPiece(count, workers, [&](std::size_t piece) {
+        const std::size_t begin = source.pixels() * piece / count;
+        const std::size_t end = source.pixels() * (piece + 1) / count;
+        // Where it stands when nothing before it repeats: no piece is longer.
+        char* const at = text + runLengthCapacity(begin * source.valuesPerPixel());
+        pieces[piece].begin = at;
+        pieces[piece].end = encodePixels(source, begin, end, limit, pieces[piece].state, at);
+    });
+    if (source.values() == 0) {
+        return 0;
     }
-    workers = std::min(workers, mostWorkers);
-    EncodeJob job(source, limit, text, workers);
-    runPieces(job, job.pieces(), workers);
-    return static_cast<std::size_t>(job.finish() - text);
+    Joiner joiner(text);
+    for (std::size_t piece = 0; piece < count; ++piece) {
+        joiner.add(pieces[piece]);
+    }
+    return static_cast<std::size_t>(joiner.finish() - text);
 }
 
 namespace {
@@ -190,22 +173,6 @@ private:
     std::size_t wanted;
 };
 
-class DecodeJob final : public PieceJob {
-public:
-    DecodeJob(const RunLengthPlan& plan, float* values) : plan(plan), values(values) {}
-
-    void produce(std::size_t piece, std::size_t) override {
-        const std::size_t begin = plan.pieces[piece].value;
-        const std::size_t end = piece + 1 < plan.pieces.size() ? plan.pieces[piece + 1].value : plan.values;
-        decodeRuns(plan.text.data() + plan.pieces[piece].text, plan.text.data() + plan.text.size(),
-                   values + begin, end - begin);
-    }
-
-private:
-    const RunLengthPlan& plan;
-    float* values;
-};
-
 }  // namespace
 
 std::optional<RunLengthPlan> planRunLength(std::string_view text, std::size_t values, bool cut) {
@@ -239,10 +206,11 @@ std::optional<RunLengthPlan> planRunLength(std::string_view text, std::size_t va
 }
 
 void decodeRunLength(const RunLengthPlan& plan, float* values, std::size_t workers) {
-    if (plan.values > 0) {
-        DecodeJob job(plan, values);
-        runPieces(job, plan.pieces.size(), workers);
-    }
+    forEachPiece(plan.pieces.size(), workers, [&](std::size_t piece) {
+        const auto& [text, begin] = plan.pieces[piece];
+        const std::size_t end = piece + 1 < plan.pieces.size() ? plan.pieces[piece + 1].value : plan.values;
+        decodeRuns(plan.text.data() + text, plan.text.data() + plan.text.size(), values + begin, end - begin);
+    });
 }
 
 }  // namespace JsonDevice::ImageCodec

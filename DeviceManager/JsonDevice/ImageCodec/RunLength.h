@@ -16,8 +16,7 @@ constexpr std::size_t runLengthCapacity(std::size_t values) {
 }
 
 /// Encodes the source into `text`, which has room for runLengthCapacity of its
-/// values, and returns the length. Needs at most 1 MiB beside it, and touches no
-/// more of `text` than the result takes. The text is the same for any number of
+/// values, and returns the length. Needs a few KiB beside it. The text is the same for any number of
 /// workers. Throws what the source throws.
 std::size_t encodeRunLength(const ValueSource& source, float limit, char* text, std::size_t workers);
 
