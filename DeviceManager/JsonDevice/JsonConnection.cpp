@@ -24,16 +24,25 @@ constexpr int messageReadMs = 10000;
 
 const log4cxx::LoggerPtr logger = log4cxx::Logger::getLogger("DeviceManager.JsonDevice.JsonConnection");
 
-/// The request without its line end. The members stand in ascending order of their keys.
-void appendRequest(std::string& text, std::string_view method, const Json::Value& id,
-                   const Json::Value& params) {
-    text += R"({"id":)";
-    JsonText::append(text, id);
+/// What opens a request, and the most digits that an id has.
+constexpr std::string_view requestHead = R"({"id":)";
+constexpr std::size_t idRoom = 20;
+
+/// What stands between the id and the params. The members of a request stand in
+/// ascending order of their keys.
+void appendMethod(std::string& text, std::string_view method) {
     text += R"(,"jsonrpc":"2.0","method":)";
     JsonText::appendString(text, method);
     text += R"(,"params":)";
-    JsonText::append(text, params);
-    text += '}';
+}
+
+/// Puts the id, right-aligned, into the room that was left for it; the request from its first character on.
+std::string_view withId(std::string& text, long long id) {
+    const std::string digits = std::to_string(id);
+    const std::size_t start = idRoom - digits.size();
+    text.replace(start, requestHead.size(), requestHead);
+    text.replace(start + requestHead.size(), digits.size(), digits);
+    return std::string_view(text).substr(start);
 }
 
 }  // namespace
@@ -59,9 +68,11 @@ Communicator* JsonConnection::setCommunicator(Communicator* newCommunicator, boo
 
 std::string JsonConnection::buildRequestString(const std::string& method, const Json::Value& id,
                                                const Json::Value& params) {
-    std::string text;
-    appendRequest(text, method, id, params);
-    text += '\n';
+    std::string text(requestHead);
+    JsonText::append(text, id);
+    appendMethod(text, method);
+    JsonText::append(text, params);
+    text += "}\n";
     return text;
 }
 
@@ -164,13 +175,30 @@ Json::Value JsonConnection::callCommunicator(const Json::Value& request) {
 
 Json::Value JsonConnection::sendAndReplyInternal(const std::string& method, const Json::Value& params,
                                                  int timeoutMs) {
+    std::string text = beginRequest(method);
+    JsonText::append(text, params);
+    return exchange(std::move(text), timeoutMs);
+}
+
+std::string JsonConnection::beginRequest(std::string_view method) {
+    std::string text;
+    {
+        const std::lock_guard guard(lock);
+        text.swap(requestText);
+    }
+    text.assign(requestHead.size() + idRoom, ' ');
+    appendMethod(text, method);
+    return text;
+}
+
+Json::Value JsonConnection::exchange(std::string text, int timeoutMs) {
+    text += "}\n";
     const std::lock_guard guard(lock);
     Connector connector(communicator);
-    requestText.clear();
-    appendRequest(requestText, method, static_cast<Json::Int64>(++nextId), params);
-    requestText += '\n';
-    JSONDEVICE_LOG(logger, Trace, logContext + "sendAndReplyInternal--->" + requestText);
-    write(requestText);
+    const std::string_view request = withId(text, ++nextId);
+    JSONDEVICE_LOG(logger, Trace, (logContext + "sendAndReplyInternal--->").append(request));
+    write(request);
+    requestText.swap(text);
     const auto deadline = getClock().now() + std::chrono::milliseconds(timeoutMs);
     for (bool late = false;; late = true) {
         // A device that keeps sending late replies must not keep the caller for ever.
@@ -232,9 +260,8 @@ Json::Value JsonConnection::sendAndReplyInternal(const Json::Value& request, int
     }
 }
 
-Json::Value JsonConnection::callInternal(const std::string& method, const Json::Value& params,
-                                         int timeoutMs) {
-    Json::Value reply = sendAndReplyInternal(method, params, timeoutMs);
+Json::Value JsonConnection::callInternal(std::string text, int timeoutMs) {
+    Json::Value reply = exchange(std::move(text), timeoutMs);
     Json::Value result;
     result.swap(reply["result"]);
     return result;
@@ -244,9 +271,9 @@ std::string JsonConnection::readResponse(int timeoutMs) {
     return reader.read(*communicator, timeoutMs, logContext);
 }
 
-void JsonConnection::write(const std::string& text) {
-    // The terminating NUL of the text ends the record.
-    communicator->write(text.c_str(), text.size() + 1, 1, 1);
+void JsonConnection::write(std::string_view text) {
+    // The NUL behind the text ends the record.
+    communicator->write(text.data(), text.size() + 1, 1, 1);
 }
 
 void JsonConnection::concludeIfAnswered(const Json::Value& reply, Connector& connector) const {

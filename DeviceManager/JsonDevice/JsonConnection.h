@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <mutex>
 #include <string>
+#include <string_view>
 
 #include <json/value.h>
 
@@ -97,14 +98,21 @@ private:
 
     Json::Value sendAndReplyInternal(const std::string& method, const Json::Value& params, int timeoutMs);
     Json::Value sendAndReplyInternal(const Json::Value& request, int timeoutMs);
-    Json::Value callInternal(const std::string& method, const Json::Value& params, int timeoutMs);
+    /// A request up to its params, with room for its id, in the memory of an earlier one.
+    std::string beginRequest(std::string_view method);
+    /// Gives a request that was begun, and to which its params were added, an id
+    /// and its end, sends it, and returns the whole reply.
+    Json::Value exchange(std::string text, int timeoutMs);
+    /// The same; returns the "result" of the reply.
+    Json::Value callInternal(std::string text, int timeoutMs);
     /// checkResponse, with what was parsed left in `reply` also when it throws.
     static void check(const std::string& text, bool requireId, const std::string& logContext,
                       Json::Value& reply);
     std::string readResponse(int timeoutMs);
     /// The next record as readMsg gives it, left in `message` also when it throws.
     void read(int timeoutMs, Json::Value& message);
-    void write(const std::string& text);
+    /// A NUL stands behind the text.
+    void write(std::string_view text);
     enum class Match { current, late, other };
     Match match(const Json::Value& reply) const;
     /// Nothing more is to come of an exchange whose own reply is an error.
@@ -116,7 +124,7 @@ private:
     std::atomic<long long> nextId{0};
     MarshalJson* marshal;
     std::recursive_mutex lock;
-    /// The text of the request under way, kept from call to call.
+    /// The text of the last request, whose memory the next one takes.
     std::string requestText;
 };
 

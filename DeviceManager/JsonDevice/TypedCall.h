@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
+#include <string>
 #include <type_traits>
 #include <utility>
 
@@ -23,10 +25,13 @@ public:
     static typename Result::Native call(JsonConnection& connection, const Method<Result, Types...>& method,
                                         typename Types::Argument... arguments) {
         [[maybe_unused]] MarshalJson& registry = *connection.getMarshal();
-        Json::Value params(Json::arrayValue);
-        (params.append(registry.toJson(Types::name, Types::address(arguments), {})), ...);
+        std::string request = connection.beginRequest(method.name);
+        request += '[';
+        [[maybe_unused]] std::size_t index = 0;
+        (appendArgument(request, index++, registry, Types::name, Types::address(arguments)), ...);
+        request += ']';
         [[maybe_unused]] const Json::Value result =
-            connection.callInternal(method.name, params, static_cast<int>(method.timeout.count()));
+            connection.callInternal(std::move(request), static_cast<int>(method.timeout.count()));
         if constexpr (!std::is_void_v<typename Result::Native>) {
             using Native = typename Result::Native;
             const auto release = [&](Native* object) { registry.destroy(Result::name, object); };
@@ -40,6 +45,10 @@ public:
     }
 
 private:
+    /// Converts one argument and writes it at once: of arguments of megabytes
+    /// only one is there as a value at a time.
+    static void appendArgument(std::string& request, std::size_t index, MarshalJson& registry,
+                               const char* typeName, const void* object);
     [[noreturn]] static void refuseNullResult();
 };
 
