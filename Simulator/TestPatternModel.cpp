@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "Common/Base64.h"
+#include "Common/WideText.h"
 #include "DeviceManager/JsonDevice/Vocabulary/TestPattern.h"
 #include "DeviceManager/JsonDevice/Vocabulary/UploadTestPattern.h"
 #include "DeviceManager/JsonDevice/Vocabulary/UserTestPattern.h"
@@ -233,6 +234,10 @@ void TestPatternModel::show(Scene& scene) const {
 
 void TestPatternModel::describe(Json::Value& state) const {
     Json::Value& test = state["TestPatternInterface"];
+    const auto index = static_cast<std::size_t>(pattern.get());
+    test["patternName"] = isSlot(pattern.get())
+                              ? "Upload slot " + std::to_string(pattern.get() - firstSlot + 1)
+                              : toUtf8(names[index]);
     test["points"] = static_cast<Json::UInt64>(points.size());
     Json::Value& user = state["UserTestPatternInterface"];
     user["displayed"] = drawingShown && !flushed.empty();

@@ -1,6 +1,7 @@
 #include <csignal>
 #include <cstdint>
 #include <iostream>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "Common/WideText.h"
 #include "Simulator/Simulator.h"
 #include "Simulator/TrafficText.h"
+#include "Simulator/WebView.h"
 
 namespace {
 
@@ -55,6 +57,8 @@ int main(int argc, char** argv) {
     std::vector<std::string> misbehaviours;
     int protocol = 2;
     std::vector<int> resolution;
+    std::optional<std::uint16_t> httpPort;
+    std::string httpListenAddress = "127.0.0.1";
     std::size_t largestRecord = JsonDevice::RecordServer::Options().largestRecord;
 
     CLI::App app(
@@ -64,6 +68,9 @@ int main(int argc, char** argv) {
         "Example:\n  jsondevice-sim --port 0 --verbose --misbehave delay=2000,method=StatusInterface::*");
     app.add_option("-p,--port", port, "The port to listen on; 0 for a free one")->capture_default_str();
     app.add_option("-l,--listen", listenAddress, "The address to listen on")->capture_default_str();
+    app.add_option("--http", httpPort, "Show the projector to browsers on this port; 0 for a free one");
+    app.add_option("--http-listen", httpListenAddress, "The address on which to show it")
+        ->capture_default_str();
     app.add_flag("-v,--verbose", verbose, "Show the traffic on standard error");
     app.add_option("-m,--misbehave", misbehaviours,
                    "Go wrong in a given way, for example \"no-answer,count=1\" or "
@@ -99,8 +106,17 @@ int main(int argc, char** argv) {
         options.server.largestRecord = largestRecord;
         options.protocol = protocol == 1 ? JsonDevice::Simulation::Protocol::Older
                                          : JsonDevice::Simulation::Protocol::Current;
-        if (verbose) {
-            options.server.onTraffic = show;
+        // Set before there is traffic, and valid until there is none any more.
+        JsonDevice::WebView* viewers = nullptr;
+        if (verbose || httpPort) {
+            options.server.onTraffic = [verbose, &viewers](const JsonDevice::TrafficEvent& event) {
+                if (verbose) {
+                    show(event);
+                }
+                if (viewers != nullptr) {
+                    viewers->onTraffic(event);
+                }
+            };
         }
         JsonDevice::Simulator simulator(std::move(options));
         if (!resolution.empty()) {
@@ -109,13 +125,22 @@ int main(int argc, char** argv) {
             size.append(resolution[1]);
             simulator.getProjector().set("nativeResolution", size);
         }
+        JsonDevice::WebView view(simulator.getProjector());
+        if (httpPort) {
+            view.start(*httpPort, httpListenAddress);
+            viewers = &view;
+        }
         for (const std::string& misbehaviour : misbehaviours) {
             simulator.misbehave(misbehaviour);
         }
         simulator.start(port, listenAddress);
         std::cout << "Listening on " << simulator.getAddress() << std::endl;
+        if (httpPort) {
+            std::cout << "Watch it at " << view.getAddress() << std::endl;
+        }
         int received = 0;
         sigwait(&signals, &received);
+        simulator.stop();
         return 0;
     } catch (const KorvanParseException& error) {
         std::cerr << "jsondevice-sim: " << toUtf8(error.getMessage()) << '\n';

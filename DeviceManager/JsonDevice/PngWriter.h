@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "Common/Export.h"
 #include "Platform/Devices/Image.h"
 
 namespace JsonDevice {
@@ -23,6 +24,6 @@ using PngSink = std::function<void(std::span<const unsigned char>)>;
 void writePng(const image_t& image, const std::string& text, const PngSink& sink);
 
 /// The file in memory.
-std::vector<unsigned char> makePng(const image_t& image, const std::string& text);
+JSONDEVICE_EXPORT std::vector<unsigned char> makePng(const image_t& image, const std::string& text);
 
 }  // namespace JsonDevice
