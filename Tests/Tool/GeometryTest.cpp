@@ -1,10 +1,13 @@
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include "Common/WideText.h"
@@ -312,6 +315,105 @@ TEST_F(Geometry, ChecksForFoldsWithoutADevice) {
     EXPECT_EQ(status, 74);
     run({"warp", "check", file, "--picture", "x.bmp"}, {});
     EXPECT_EQ(status, 2);
+}
+
+class GeometryWithSimulator : public Geometry {
+protected:
+    void start(std::vector<std::string> options = {}) {
+        options.insert(options.begin(), {"--port", "0"});
+        simulator = std::make_unique<Process>(JSONDEVICE_SIMULATOR, options);
+        const std::string line = simulator->readLine();
+        address = line.substr(line.find("tcp://"));
+    }
+    std::string ask(const std::vector<std::string>& arguments, const std::string& terminal = "") {
+        Process::Setup setup{.environment = {{"JSONDEVICE", address}, {"TERM", "xterm"}}};
+        if (!terminal.empty()) {
+            setup.files[2] = terminal;
+        }
+        Process process(JSONDEVICE_TOOL, arguments, setup);
+        status = process.wait();
+        errors = process.errors();
+        return process.output();
+    }
+    /// Of the projector's size, and of values that do not shorten well.
+    std::string noisyMap() {
+        ImageFiles::Picture picture(1920, 1200, 1);
+        unsigned int state = 1;
+        for (float& value : picture.values) {
+            state = state * 1664525U + 1013904223U;
+            value = static_cast<float>(state >> 16) / 65535.0F;
+        }
+        const std::string file = fileName("noise.pgm");
+        ImageFiles::writePicture(picture, file);
+        return file;
+    }
+
+    std::unique_ptr<Process> simulator;
+    std::string address;
+};
+
+TEST_F(GeometryWithSimulator, WhatIsSavedIsListedSelectedNamedAndDeleted) {
+    start();
+    const std::string mesh = writeMesh("mesh", Mesh(1920, 1200, 5, 4));
+    ask({"warp", "save", "3", mesh, "--blend", noisyMap(), "--name", "Left wall"});
+    EXPECT_EQ(status, 0) << errors;
+    EXPECT_EQ(errors, "") << "no progress where nobody watches";
+    ask({"warp", "save", "4", mesh});
+    ask({"warp", "select", "3"});
+    EXPECT_THAT(ask({"warp", "list"}), testing::StartsWith("*  3  Left wall\n   4  "));
+    EXPECT_THAT(ask({"warp", "xml", "3"}), testing::StartsWith("<Mesh width=\"1920\" height=\"1200\""));
+    ask({"warp", "name", "4", "Right wall"});
+    EXPECT_THAT(ask({"warp", "list"}), HasSubstr("   4  Right wall\n"));
+    ask({"warp", "delete", "4"});
+    EXPECT_EQ(status, 0) << errors;
+    EXPECT_EQ(ask({"warp", "list"}), "*  3  Left wall\n");
+    ask({"warp", "delete", "4"});
+    EXPECT_EQ(status, 1);
+    // A map of another size than the projector's is the projector's to refuse.
+    ask({"warp", "preview", "1", writeMesh("small", Mesh(8, 4, 2, 2)), "--blend",
+         writeMap("small.png", 8, 4, 1)});
+    EXPECT_EQ(status, 1);
+}
+
+TEST_F(GeometryWithSimulator, BothProtocolsShowTheSameLocations) {
+    for (const std::string protocol : {"1", "2"}) {
+        start({"--protocol", protocol});
+        const std::string mesh = writeMesh("mesh", Mesh(1920, 1200, 5, 4));
+        ask({"warp", "save", "1", mesh, "--name", "one"});
+        ask({"warp", "save", "2", mesh, "--name", "two"});
+        ask({"warp", "select", "2", "--protocol", protocol});
+        EXPECT_EQ(status, 0) << errors;
+        EXPECT_EQ(ask({"warp", "list", "--protocol", protocol}), "   1  one\n*  2  two\n");
+    }
+}
+
+TEST_F(GeometryWithSimulator, ShowsHowFarALongTransferHasCome) {
+    start();
+    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    ASSERT_GE(terminal, 0);
+    ASSERT_EQ(::grantpt(terminal), 0);
+    ASSERT_EQ(::unlockpt(terminal), 0);
+    // Kept open, or what was written would be gone with the last who has it open.
+    const int other = ::open(::ptsname(terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    const std::string mesh = writeMesh("mesh", Mesh(1920, 1200, 5, 4));
+    const std::vector<std::string> arguments = {"warp", "save", "3", mesh, "--blend", noisyMap()};
+    ask(arguments, ::ptsname(terminal));
+    EXPECT_EQ(status, 0);
+    char shown[65536];
+    const ssize_t length = ::read(terminal, shown, sizeof shown);
+    ASSERT_GT(length, 0);
+    const std::string progress(shown, static_cast<std::size_t>(length));
+    EXPECT_THAT(progress, testing::ContainsRegex("sending [0-9.]+ of [0-9.]+ MB"));
+    EXPECT_THAT(progress, testing::EndsWith("\r\033[K")) << "nothing stays behind";
+
+    std::vector<std::string> quietly = arguments;
+    quietly.emplace_back("--quiet");
+    ask(quietly, ::ptsname(terminal));
+    EXPECT_EQ(status, 0);
+    pollfd more{terminal, POLLIN, 0};
+    EXPECT_EQ(::poll(&more, 1, 0), 0);
+    ::close(other);
+    ::close(terminal);
 }
 
 }  // namespace
