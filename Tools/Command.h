@@ -37,6 +37,8 @@ struct Parameter {
     std::string summary;
     Hint hint = Hint::none;
     Count count = Count::one;
+    /// What it may be, where that is known.
+    std::vector<std::string> values{};
 };
 
 struct Option {

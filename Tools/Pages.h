@@ -1,6 +1,5 @@
 #pragma once
 
-#include <span>
 #include <string>
 #include <vector>
 
@@ -12,5 +11,13 @@ namespace Tool {
 
 /// The reference of all methods, as Markdown.
 std::string methodsPage();
+
+struct ManualPage {
+    /// "jsondevice-call.1"
+    std::string file;
+    std::string text;
+};
+/// One page for the tool, and one for each command.
+std::vector<ManualPage> manualPages(const std::vector<Command>& commands, const std::string& version);
 
 }  // namespace Tool

@@ -22,6 +22,7 @@
 #include "Tools/Arguments.h"
 #include "Tools/CommandLine.h"
 #include "Tools/Commands/AllCommands.h"
+#include "Tools/Completion.h"
 #include "Tools/Console.h"
 #include "Tools/Format.h"
 #include "Tools/Session.h"
@@ -264,6 +265,10 @@ int run(int argc, const char* const* argv) {
         try {
             JsonDevice::Vocabulary::registerAllTypes();
             const auto commands = allCommands();
+            if (!arguments.empty() && arguments.front() == completionRequest) {
+                console.data(complete(commands, {arguments.begin() + 1, arguments.end()}));
+                return 0;
+            }
             const CommandLine line = parseCommandLine(commands, arguments);
             if (line.command == nullptr) {
                 console.data(line.text);

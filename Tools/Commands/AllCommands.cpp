@@ -28,6 +28,7 @@ std::vector<Command> allCommands() {
     all.push_back(blackLevelCommand());
     all.push_back(modelCommand());
     all.push_back(contentCommand());
+    all.push_back(completionCommand());
     return all;
 }
 

@@ -26,6 +26,7 @@ Command gammaCommand();
 Command colorCommand();
 Command settingsCommand();
 Command imageCommand();
+Command completionCommand();
 Command warpCommand();
 Command blendCommand();
 Command uniformityCommand();

@@ -119,7 +119,7 @@ Command powerCommand() {
         "power",
         "Show the power's state, or switch it on or off",
         "-d tcp://projector:5000 power on --wait 120",
-        {{"STATE", "on or off", Hint::none, Parameter::Count::optional}},
+        {{"STATE", "on or off", Hint::none, Parameter::Count::optional, {"on", "off"}}},
         {{"-w,--wait", "SECONDS", "Wait at most so long until it has warmed up, or cooled down"}}};
     command.prepare = [](const Given& given) -> Task {
         Json::Value params;
@@ -146,10 +146,11 @@ Command powerCommand() {
 }
 
 Command shutterCommand() {
-    Command command{"shutter",
-                    "Show, open or close the shutter",
-                    "-d tcp://projector:5000 shutter closed",
-                    {{"STATE", "open or closed", Hint::none, Parameter::Count::optional}}};
+    Command command{
+        "shutter",
+        "Show, open or close the shutter",
+        "-d tcp://projector:5000 shutter closed",
+        {{"STATE", "open or closed", Hint::none, Parameter::Count::optional, {"open", "closed"}}}};
     command.prepare = [](const Given& given) -> Task {
         const Setting& shutter = settingOf(Control::getShutter);
         Json::Value params;

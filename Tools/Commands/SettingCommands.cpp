@@ -71,10 +71,14 @@ void writeSetting(Session& session, const Setting& setting, const Json::Value& p
 
 Command settingsCommand(const std::string& name, const std::string& summary, const std::string& example,
                         const std::string& interfaceName) {
+    std::vector<std::string> names;
+    for (const Setting* setting : settingsOf(interfaceName, "")) {
+        names.push_back(setting->name);
+    }
     Command command{name,
                     summary,
                     example,
-                    {{"SETTING", "Only this one", Hint::none, Parameter::Count::optional},
+                    {{"SETTING", "Only this one", Hint::none, Parameter::Count::optional, std::move(names)},
                      {"VALUE", "What to set it to; behind -- where it is negative", Hint::none,
                       Parameter::Count::optional}}};
     command.prepare = [interfaceName](const Given& given) -> Task {
