@@ -16,7 +16,7 @@ namespace {
 constexpr std::size_t pieceValues = 32 * 1024;
 // Fewer values than these are not worth a piece of an image that is encoded.
 constexpr std::size_t leastValues = 64 * 1024;
-constexpr std::size_t mostWorkers = 16;
+constexpr std::size_t mostPieces = 32;
 
 char* encodePixels(const ValueSource& source, std::size_t begin, std::size_t end, float limit,
                    RunState& state, char* out) {
@@ -87,11 +87,11 @@ private:
 }  // namespace
 
 std::size_t encodeRunLength(const ValueSource& source, float limit, char* text, std::size_t workers) {
-    // One piece for each worker: what comes behind the first one's text has to be
-    // moved, which more and smaller pieces would make more.
-    const std::size_t count =
-        std::clamp<std::size_t>(source.values() / leastValues, 1, std::min(workers, mostWorkers));
-    std::array<EncodedPiece, mostWorkers> pieces;
+    // Two pieces for each of several workers, so that one that comes late finds less
+    // left; what comes behind the first piece's text has to be moved, so no more.
+    const std::size_t most = workers <= 1 ? 1 : std::min(2 * workers, mostPieces);
+    const std::size_t count = std::clamp<std::size_t>(source.values() / leastValues, 1, most);
+    std::array<EncodedPiece, mostPieces> pieces;
     forEachPiece(count, workers, [&](std::size_t piece) {
         const std::size_t begin = source.pixels() * piece / count;
         const std::size_t end = source.pixels() * (piece + 1) / count;
