@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "Fuzz/LogOff.h"
 #include "Fuzz/Fuzz.h"
+#include "Fuzz/LogOff.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     std::vector<unsigned char> in(data, data + size);
