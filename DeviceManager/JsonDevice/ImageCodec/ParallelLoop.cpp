@@ -4,6 +4,7 @@
 #include <atomic>
 #include <exception>
 #include <mutex>
+#include <new>
 
 // oneTBB orders its tasks in ways that ThreadSanitizer does not understand, unless
 // it was built for it: under ThreadSanitizer the workers are plain threads.
@@ -19,6 +20,8 @@
 #include <thread>
 #include <vector>
 #else
+#include <dlfcn.h>
+#include <oneapi/tbb/global_control.h>
 #include <oneapi/tbb/parallel_for.h>
 #include <oneapi/tbb/partitioner.h>
 #include <oneapi/tbb/task_arena.h>
@@ -27,6 +30,25 @@
 namespace JsonDevice::ImageCodec {
 
 namespace {
+
+#if !defined(JSONDEVICE_PLAIN_THREADS)
+/// Ends oneTBB's threads when this library is unloaded, as far as they are not the
+/// host's as well. A thread of the host that has run a loop and still lives keeps
+/// them; so oneTBB, whose code they sleep in, stays in memory once it was used.
+class Scheduler {
+public:
+    Scheduler() : handle(oneapi::tbb::attach()) {
+        Dl_info info{};
+        if (dladdr(reinterpret_cast<const void*>(&oneapi::tbb::detail::r1::max_concurrency), &info) != 0) {
+            dlopen(info.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
+        }
+    }
+    ~Scheduler() { oneapi::tbb::finalize(handle, std::nothrow); }
+
+private:
+    oneapi::tbb::task_scheduler_handle handle;
+};
+#endif
 
 /// Calls body() on each of so many threads.
 template <class Body>
@@ -38,6 +60,7 @@ void onWorkers(std::size_t workers, Body body) {
     }
     body();
 #else
+    static const Scheduler scheduler;
     oneapi::tbb::this_task_arena::isolate([&] {
         oneapi::tbb::parallel_for(
             std::size_t{0}, workers, [&](std::size_t) { body(); }, oneapi::tbb::simple_partitioner());
