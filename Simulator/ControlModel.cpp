@@ -120,10 +120,6 @@ void ControlModel::show(Scene& scene) const {
     scene.signal = !selectedSignal().empty();
 }
 
-bool ControlModel::showsSignal() const {
-    return power.getState() == PowerModel::State::on && shutter.get() == 0 && !selectedSignal().empty();
-}
-
 const ControlModel::Input& ControlModel::input(unsigned int number) const {
     if (number < 1 || number > inputs.size()) {
         throw RequestError(ErrorCode::notFound, "There is no input " + std::to_string(number));

@@ -25,9 +25,6 @@ public:
     void advance(std::chrono::steady_clock::duration elapsed) override;
     void show(Scene& scene) const override;
 
-    /// Whether the selected input's signal is on the wall.
-    bool showsSignal() const;
-
     Property<Wire::Int> inputSignal;
     Property<Wire::Int> shutter;
     Property<Wire::Int> sourceLock;

@@ -4,7 +4,9 @@
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
+#include <exception>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <thread>
 
@@ -164,14 +166,26 @@ Outcome perform(const Task& task, const DeviceAddress& address, const Session::F
     return outcome;
 }
 
-/// All at the same time, so that one that does not answer does not hold up the others.
+/// All at the same time, so that one that does not answer does not hold up the
+/// others. `report` is told of each as it ends, on the thread that asked it.
+template <class Report>
 std::vector<Outcome> performAll(const Task& task, const std::vector<DeviceAddress>& addresses,
-                                const Session::Frame& frame) {
+                                const Session::Frame& frame, const Report& report) {
     std::vector<Outcome> outcomes(addresses.size());
     std::atomic<std::size_t> next = 0;
+    std::mutex lock;
+    std::exception_ptr failed;
     const auto work = [&] {
         for (std::size_t i = next++; i < addresses.size(); i = next++) {
             outcomes[i] = perform(task, addresses[i], frame);
+            try {
+                report(outcomes[i]);
+            } catch (const FailureException&) {
+                // What is left has nowhere to go.
+                next = addresses.size();
+                const std::lock_guard guard(lock);
+                failed = std::current_exception();
+            }
         }
     };
     std::vector<std::jthread> threads;
@@ -180,6 +194,9 @@ std::vector<Outcome> performAll(const Task& task, const std::vector<DeviceAddres
     }
     work();
     threads.clear();
+    if (failed) {
+        std::rethrow_exception(failed);
+    }
     return outcomes;
 }
 
@@ -193,33 +210,28 @@ ExitStatus overall(const std::vector<Outcome>& outcomes) {
     return worst != ExitStatus::done && oneSucceeded ? ExitStatus::someFailed : worst;
 }
 
-/// The ends of a command that printed its answers as they came.
-void printFailures(const std::vector<Outcome>& outcomes, Console& console) {
-    for (const Outcome& outcome : outcomes) {
-        if (outcome.failure && console.json) {
-            console.data(jsonText(document(outcome.device, *outcome.failure), false) + "\n");
-        } else if (outcome.failure) {
-            console.error(outcome.failure->message);
-        }
+/// One device's end as people read it, or a script when the command printed its
+/// documents as they came.
+void print(const Outcome& outcome, const Session::Frame& frame, bool streams) {
+    Console& console = frame.console;
+    if (outcome.failure && console.json) {
+        console.data(jsonText(document(outcome.device, *outcome.failure), false) + "\n");
+    } else if (outcome.failure) {
+        console.error(outcome.failure->message);
+    } else if (!streams) {
+        console.data(frame.oneOfSeveral ? prefixLines(outcome.device, outcome.answer.text)
+                                        : outcome.answer.text);
     }
 }
 
-void print(const std::vector<Outcome>& outcomes, Console& console) {
-    const bool several = outcomes.size() > 1;
+/// One document for all devices.
+void printDocument(const std::vector<Outcome>& outcomes, Console& console) {
     Json::Value documents(Json::arrayValue);
     for (const Outcome& outcome : outcomes) {
-        if (console.json) {
-            documents.append(outcome.failure ? document(outcome.device, *outcome.failure)
-                                             : document(outcome.device, outcome.answer));
-        } else if (outcome.failure) {
-            console.error(outcome.failure->message);
-        } else {
-            console.data(several ? prefixLines(outcome.device, outcome.answer.text) : outcome.answer.text);
-        }
+        documents.append(outcome.failure ? document(outcome.device, *outcome.failure)
+                                         : document(outcome.device, outcome.answer));
     }
-    if (console.json) {
-        console.data(jsonText(several ? documents : documents[0], true) + "\n");
-    }
+    console.data(jsonText(outcomes.size() > 1 ? documents : documents[0], true) + "\n");
 }
 
 ExitStatus carryOut(const CommandLine& line, Console& console, Diagnostics& diagnostics) {
@@ -246,9 +258,17 @@ ExitStatus carryOut(const CommandLine& line, Console& console, Diagnostics& diag
         setInterruptionDocument(
             "{\"error\":{\"kind\":\"interrupted\",\"message\":\"interrupted\",\"exitStatus\":130}}\n");
     }
-    const std::vector<Outcome> outcomes = performAll(task, addresses, frame);
+    const bool streams = line.command->streams;
+    const bool oneDocument = console.json && !streams;
+    const std::vector<Outcome> outcomes = performAll(task, addresses, frame, [&](const Outcome& outcome) {
+        if (!oneDocument) {
+            print(outcome, frame, streams);
+        }
+    });
     setInterruptionDocument(nullptr);
-    (line.command->streams ? printFailures : print)(outcomes, console);
+    if (oneDocument) {
+        printDocument(outcomes, console);
+    }
     return overall(outcomes);
 }
 

@@ -11,6 +11,7 @@
 #include "DeviceManager/JsonDevice/JsonGamma.h"
 #include "DeviceManager/JsonDevice/JsonStatus.h"
 #include "Simulator/Projector.h"
+#include "Simulator/Scene.h"
 #include "Tests/Simulator/DirectCommunicator.h"
 #include "Tests/Simulator/Records.h"
 
@@ -185,6 +186,29 @@ TEST_F(SettingsTest, ShutterOpensAndCloses) {
     EXPECT_EQ(control.getShutter(), 1);
     EXPECT_EQ(listener.take(), std::set<std::string>{"shutter"});
     EXPECT_EQ(errorOf([&] { control.setShutter(2); }), -32003);
+}
+
+TEST_F(SettingsTest, ThePictureFollowsPowerShutterAndInput) {
+    const auto shown = [this] {
+        const Simulation::Scene scene = projector.getScene();
+        return std::string(scene.on ? "on" : "off") + (scene.shutterOpen ? ", open" : ", closed") +
+               (scene.signal ? ", signal" : ", no signal");
+    };
+    EXPECT_EQ(shown(), "on, open, signal");
+    control.setShutter(1);
+    EXPECT_EQ(shown(), "on, closed, signal");
+    control.setShutter(0);
+    control.setInputSignal(4);
+    EXPECT_EQ(shown(), "on, open, no signal");
+    projector.set("input4Signal", "1920 x 1200, 60.0 Hz");
+    EXPECT_EQ(shown(), "on, open, signal");
+    control.setPower(0);
+    EXPECT_EQ(shown(), "off, open, signal");
+    now += 1h;
+    control.setPower(1);
+    EXPECT_EQ(shown(), "off, open, signal");
+    now += 1h;
+    EXPECT_EQ(shown(), "on, open, signal");
 }
 
 TEST_F(SettingsTest, AutomaticSetUpTakesAWhile) {

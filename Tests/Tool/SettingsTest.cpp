@@ -245,6 +245,15 @@ TEST_F(ToolSettings, ADeadDeviceDoesNotKeepTheOthersFromTheirAnswers) {
     EXPECT_THAT(ended.errors, HasSubstr("error: " + dead.address));
 }
 
+TEST_F(ToolSettings, AnswersAreShownAsTheyCome) {
+    const Projector dead = start({"--misbehave", "no-answer"});
+    Process tool(JSONDEVICE_TOOL, {"-d", dead.address, "-d", simulator.address, "--timeout", "0", "shutter"});
+    // The first one never answers.
+    EXPECT_EQ(tool.readLine(), simulator.address + "  open");
+    tool.signal(SIGINT);
+    EXPECT_EQ(tool.wait(), 130);
+}
+
 TEST(Settings, AreFoundByTheirMethods) {
     for (const Tool::Setting& setting : Tool::allSettings()) {
         EXPECT_TRUE(setting.get.parameters.empty()) << setting.method();
