@@ -58,7 +58,10 @@ void Bitmap::put(int x, int y, Rgb colour) {
 }
 
 Canvas::Canvas(Bitmap& target, double width, double height)
-    : bitmap(target), scaleX(target.width / width), scaleY(target.height / height) {}
+    : bitmap(target),
+      scaleX(target.width / width),
+      scaleY(target.height / height),
+      left(std::int64_t{64} * target.width * target.height) {}
 
 void Canvas::fill(Rgb colour) {
     shade([colour](double, double) { return colour; });
@@ -80,11 +83,17 @@ void Canvas::blend(int x, int y, Rgb colour, double coverage) {
 }
 
 template <class Draw>
-void Canvas::forBox(double left, double top, double right, double bottom, Draw&& draw) {
+void Canvas::forBox(double leftEdge, double top, double right, double bottom, Draw&& draw) {
+    const int beginX = firstPixel(leftEdge, bitmap.width);
     const int endX = endPixel(right, bitmap.width);
+    const int beginY = firstPixel(top, bitmap.height);
     const int endY = endPixel(bottom, bitmap.height);
-    for (int y = firstPixel(top, bitmap.height); y < endY; ++y) {
-        for (int x = firstPixel(left, bitmap.width); x < endX; ++x) {
+    if (endX <= beginX || endY <= beginY || left <= 0) {
+        return;
+    }
+    left -= std::int64_t{endX - beginX} * (endY - beginY);
+    for (int y = beginY; y < endY; ++y) {
+        for (int x = beginX; x < endX; ++x) {
             draw(x, y);
         }
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "Common/Export.h"
@@ -38,6 +39,9 @@ private:
 /// with smooth edges. Whatever is thinner than a pixel of the bitmap is drawn one
 /// pixel thick where it would otherwise fade. Coordinates may be anything; what
 /// is outside is not drawn.
+///
+/// What is drawn comes from a network, so the work is limited: once shapes have
+/// covered the picture 64 times over, further ones are left out.
 class Canvas {
 public:
     /// The bitmap has to outlive the canvas.
@@ -67,11 +71,13 @@ private:
     void blend(int x, int y, Rgb colour, double coverage);
     /// Calls draw(x, y) for the pixels of a box in the bitmap's own units.
     template <class Draw>
-    void forBox(double left, double top, double right, double bottom, Draw&& draw);
+    void forBox(double leftEdge, double top, double right, double bottom, Draw&& draw);
 
     Bitmap& bitmap;
     double scaleX;
     double scaleY;
+    /// How many more pixels may be looked at.
+    std::int64_t left;
 };
 
 }  // namespace JsonDevice::Simulation

@@ -315,7 +315,10 @@ struct Vertex {
     double x, y, u, v;
 };
 
-void drawTriangle(Bitmap& to, const Bitmap& from, const Vertex& a, const Vertex& b, const Vertex& c) {
+/// `pixelsLeft` is how many pixels may be looked at; what is beyond is left out,
+/// since a mesh from the network may fold the picture as often as it likes.
+void drawTriangle(Bitmap& to, const Bitmap& from, const Vertex& a, const Vertex& b, const Vertex& c,
+                  std::int64_t& pixelsLeft) {
     const double area = (b.x - a.x) * (c.y - a.y) - (c.x - a.x) * (b.y - a.y);
     if (area == 0 || !std::isfinite(area)) {
         return;
@@ -327,6 +330,10 @@ void drawTriangle(Bitmap& to, const Bitmap& from, const Vertex& a, const Vertex&
     const int right = limit(std::ceil(std::max({a.x, b.x, c.x})), to.width);
     const int top = limit(std::floor(std::min({a.y, b.y, c.y})), to.height);
     const int bottom = limit(std::ceil(std::max({a.y, b.y, c.y})), to.height);
+    if (right <= left || bottom <= top || pixelsLeft <= 0) {
+        return;
+    }
+    pixelsLeft -= std::int64_t{right - left} * (bottom - top);
     for (int y = top; y < bottom; ++y) {
         for (int x = left; x < right; ++x) {
             const double px = x + 0.5;
@@ -345,7 +352,10 @@ void drawTriangle(Bitmap& to, const Bitmap& from, const Vertex& a, const Vertex&
 }
 
 Bitmap warped(const Bitmap& bitmap, const Mesh& mesh) {
-    Bitmap result(bitmap.width, bitmap.height);
+    // Drawn larger and made smaller again, for smooth edges, where that does not take too long.
+    constexpr std::int64_t mostSmooth = 3'000'000;
+    const int scale = std::int64_t{bitmap.width} * bitmap.height <= mostSmooth ? 2 : 1;
+    Bitmap result(scale * bitmap.width, scale * bitmap.height);
     const auto [meshWidth, meshHeight] = mesh.getSize();
     // Fine enough that straight edges between the vertices cannot be seen as such.
     constexpr int columns = 64;
@@ -354,20 +364,26 @@ Bitmap warped(const Bitmap& bitmap, const Mesh& mesh) {
         const double u = static_cast<double>(column) / columns;
         const double v = static_cast<double>(row) / rows;
         const auto [x, y] = mesh.evaluate(static_cast<float>(u * width), static_cast<float>(v * height));
-        return Vertex{x * static_cast<double>(bitmap.width) / width,
-                      y * static_cast<double>(bitmap.height) / height, u * bitmap.width, v * bitmap.height};
+        return Vertex{x * static_cast<double>(result.width) / width,
+                      y * static_cast<double>(result.height) / height, u * bitmap.width, v * bitmap.height};
     };
+    std::int64_t pixelsLeft = std::int64_t{16} * result.width * result.height;
     for (int row = 0; row < rows; ++row) {
         for (int column = 0; column < columns; ++column) {
             const Vertex a = vertex(column, row);
             const Vertex b = vertex(column + 1, row);
             const Vertex c = vertex(column + 1, row + 1);
             const Vertex d = vertex(column, row + 1);
-            drawTriangle(result, bitmap, a, b, c);
-            drawTriangle(result, bitmap, a, c, d);
+            drawTriangle(result, bitmap, a, b, c, pixelsLeft);
+            drawTriangle(result, bitmap, a, c, d, pixelsLeft);
         }
     }
-    return result;
+    if (scale == 1) {
+        return result;
+    }
+    Bitmap smooth(bitmap.width, bitmap.height);
+    Canvas(smooth, bitmap.width, bitmap.height).picture(result);
+    return smooth;
 }
 
 void multiply(Bitmap& bitmap, const GrayscaleImage& factors) {

@@ -427,6 +427,29 @@ TEST(Scene, ShutterWarpBlendAndMaskTakePart) {
     EXPECT_EQ(picture(), Lines(10, std::string(16, 'K')));
 }
 
+TEST(Scene, WhateverIsAskedForIsRenderedInTime) {
+    // Far more than anybody can look at.
+    Scene scene;
+    scene.projectorBlocks.mode = Simulation::Blocks::Mode::binary;
+    scene.projectorBlocks.perLine = 512;
+    scene.projectorBlocks.lineCount = 512;
+    scene.projectorBlocks.size = {65536, 65536};
+    scene.drawing.boxes.assign(1024, {{-2147483647 - 1, -2147483647 - 1}, 65536, 65536, {255, 0, 0}});
+    scene.drawing.lines.assign(4096,
+                               {{-2147483647 - 1, 2147483647}, {2147483647, -2147483647 - 1}, {0, 0, 255}});
+    auto mesh = std::make_shared<Mesh>(1920, 1200, 64, 40);
+    for (int column = 0; column < 64; ++column) {
+        for (int row = 0; row < 40; ++row) {
+            const float far = (column + row) % 2 == 0 ? -1e9F : 1e9F;
+            mesh->setControlPoint(column, row, {{far, column % 2 == 0 ? far : -far}});
+        }
+    }
+    mesh->prepareRows();
+    mesh->prepareColumns();
+    scene.warp = mesh;
+    EXPECT_EQ(render(scene, 480, 300).width, 480);
+}
+
 TEST(Scene, ASmallPictureKeepsThinLinesAndALargeOneIsSharp) {
     Scene scene;
     scene.drawing.lines = {{{0, 600}, {1919, 600}, {255, 255, 255}}};
