@@ -29,6 +29,8 @@ std::vector<Command> allCommands() {
     all.push_back(modelCommand());
     all.push_back(contentCommand());
     all.push_back(completionCommand());
+    all.push_back(patternCommand());
+    all.push_back(snapshotCommand());
     return all;
 }
 

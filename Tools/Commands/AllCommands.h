@@ -34,5 +34,7 @@ Command maskCommand();
 Command blackLevelCommand();
 Command modelCommand();
 Command contentCommand();
+Command patternCommand();
+Command snapshotCommand();
 
 }  // namespace Tool
