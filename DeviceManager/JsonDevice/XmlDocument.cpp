@@ -1,6 +1,8 @@
 #include "DeviceManager/JsonDevice/XmlDocument.h"
 
 #include <new>
+#include <set>
+#include <string>
 
 #include <xercesc/dom/DOM.hpp>
 #include <xercesc/framework/MemBufInputSource.hpp>
@@ -29,10 +31,29 @@ void initialiseXerces() {
     [[maybe_unused]] static const bool done = (XMLPlatformUtils::Initialize(), true);
 }
 
-/// Ends the parsing where elements stand too deep.
-class DepthLimit : public DOMLSParserFilter {
+/// Whether a start tag may have more attributes than are allowed, told by the
+/// equals signs between two "<". Asked before the parsing, since xerces compares
+/// each attribute of an element with all others.
+bool mayHaveTooManyAttributes(std::string_view utf8) {
+    std::size_t signs = 0;
+    for (const char c : utf8) {
+        if (c == '<') {
+            signs = 0;
+        } else if (c == '=' && ++signs > XmlDocument::mostAttributes) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Ends the parsing where elements stand too deep or have too many names, which
+/// xerces looks up in tables of a few dozen chains.
+class Limits : public DOMLSParserFilter {
 public:
     FilterAction startElement(DOMElement* element) override {
+        if (names.emplace(element->getNodeName()).second && names.size() > XmlDocument::mostNames) {
+            return FILTER_INTERRUPT;
+        }
         std::size_t depth = 0;
         for (const DOMNode* node = element; node != nullptr; node = node->getParentNode()) {
             if (++depth > XmlDocument::largestDepth + 1) {  // the document itself is the last parent
@@ -43,6 +64,9 @@ public:
     }
     FilterAction acceptNode(DOMNode*) override { return FILTER_ACCEPT; }
     DOMNodeFilter::ShowType getWhatToShow() const override { return DOMNodeFilter::SHOW_ELEMENT; }
+
+private:
+    std::set<std::u16string> names;
 };
 
 /// Ends the parsing at the first error; without it xerces would go on.
@@ -67,7 +91,7 @@ DOMDocument* parse(std::string_view utf8) {
     auto* const implementation =
         static_cast<DOMImplementationLS*>(DOMImplementationRegistry::getDOMImplementation(u"LS"));
     StopAtErrors errors;
-    DepthLimit depth;
+    Limits limits;
     SecurityManager security;
     security.setEntityExpansionLimit(0);
     MemBufInputSource buffer(reinterpret_cast<const XMLByte*>(utf8.data()), utf8.size(), "tmpSrc");
@@ -86,7 +110,7 @@ DOMDocument* parse(std::string_view utf8) {
     configuration.setParameter(XMLUni::fgXercesDisableDefaultEntityResolution, true);
     configuration.setParameter(XMLUni::fgXercesSecurityManager, &security);
     configuration.setParameter(XMLUni::fgDOMErrorHandler, &errors);
-    parser->setFilter(&depth);
+    parser->setFilter(&limits);
 
     std::unique_ptr<DOMDocument, Release> document(parser->parse(&input));
     if (errors.failed || document == nullptr || document->getDocumentElement() == nullptr ||
@@ -105,6 +129,9 @@ XmlDocument::XmlDocument(std::string_view utf8) {
     // Looked for in the text itself: nothing of a declaration is worth being scanned.
     if (utf8.find("<!DOCTYPE") != std::string_view::npos) {
         refuse(__LINE__, L"The XML text has a document type declaration");
+    }
+    if (mayHaveTooManyAttributes(utf8)) {
+        refuse(__LINE__, L"An element of the XML text has too many attributes");
     }
     try {
         document = parse(utf8);

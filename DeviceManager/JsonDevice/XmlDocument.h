@@ -14,8 +14,9 @@ XERCES_CPP_NAMESPACE_END
 namespace JsonDevice {
 
 /// A small XML text from the network, parsed in memory. A text with a document
-/// type declaration is refused, and so is one beyond the largest size or depth;
-/// no file and no network is touched whatever the text asks for.
+/// type declaration is refused, and so is one beyond the largest size or depth, with
+/// more "=" than mostAttributes between two "<", or with elements of more than
+/// mostNames names; no file and no network is touched whatever the text asks for.
 ///
 /// Any number of threads may parse at once, each its own document. xerces is
 /// initialised with the first document and stays so; a host may use it too, but
@@ -25,6 +26,8 @@ class XmlDocument {
 public:
     static constexpr std::size_t largestSize = 1 << 20;
     static constexpr std::size_t largestDepth = 64;
+    static constexpr std::size_t mostAttributes = 32;
+    static constexpr std::size_t mostNames = 256;
 
     /// Throws KorvanParseException for a text that is refused, std::bad_alloc.
     explicit XmlDocument(std::string_view utf8);

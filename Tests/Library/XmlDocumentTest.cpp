@@ -148,6 +148,36 @@ TEST(XmlDocument, BoundsDepthAndSize) {
     EXPECT_THROW(XmlDocument{"<a>x" + large + "</a>"}, KorvanParseException);
 }
 
+std::string withAttributes(std::size_t count, const std::string& value) {
+    std::string text = "<a";
+    for (std::size_t i = 0; i < count; ++i) {
+        text += " a" + std::to_string(i) + "='" + value + "'";
+    }
+    return text + "/>";
+}
+
+std::string withNames(std::size_t count) {
+    std::string text = "<a0>";
+    for (std::size_t i = 1; i < count; ++i) {
+        text += "<a" + std::to_string(i) + "/><a0/>";
+    }
+    return text + "</a0>";
+}
+
+// xerces takes a time that grows with their square: minutes within the largest size.
+TEST(XmlDocument, BoundsAttributesAndNames) {
+    EXPECT_NO_THROW(XmlDocument{withAttributes(XmlDocument::mostAttributes, ">")});
+    EXPECT_THROW(XmlDocument{withAttributes(XmlDocument::mostAttributes + 1, ">")}, KorvanParseException);
+    EXPECT_NO_THROW(XmlDocument{withNames(XmlDocument::mostNames)});
+    EXPECT_THROW(XmlDocument{withNames(XmlDocument::mostNames + 1)}, KorvanParseException);
+
+    std::string many = "<a>";
+    for (std::size_t i = 0; i < 1000; ++i) {
+        many += withAttributes(XmlDocument::mostAttributes, "");
+    }
+    EXPECT_NO_THROW(XmlDocument{many + "</a>"});
+}
+
 TEST(XmlDocument, TouchesNoFileAndNoNetwork) {
     ASSERT_NO_THROW(XmlDocument{"<a/>"});  // initialises xerces
     AccessCounter counter;
