@@ -9,6 +9,7 @@
 
 #if defined(__linux__)
 #include <sys/mman.h>
+#include <unistd.h>
 #endif
 
 #include "Common/Exceptions.h"
@@ -32,8 +33,9 @@ void* allocateFromSystem(std::size_t bytes) {
     }
     const auto address = reinterpret_cast<std::uintptr_t>(start);
     const std::uintptr_t aligned = (address + hugePage - 1) / hugePage * hugePage;
-    // What lies before and behind goes back; mapped lengths are whole small pages.
-    const std::size_t smallPage = 4096;
+    // What lies before and behind goes back; mapped lengths are whole small pages,
+    // which are not 4 KiB on every machine.
+    const auto smallPage = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     const std::uintptr_t end = (aligned + bytes + smallPage - 1) / smallPage * smallPage;
     if (aligned > address) {
         munmap(start, aligned - address);
