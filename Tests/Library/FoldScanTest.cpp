@@ -60,6 +60,20 @@ TEST(FoldScan, AMirroredMeshFoldsEverywhere) {
     EXPECT_EQ(segments.back(), (WarpLineSegment{3840, 2160, 3840 - 3840 / 50.0, 2160, 1}));
 }
 
+TEST(FoldScan, AMeshThatIsTurnedFoldsThoughItsAreasArePositive) {
+    const auto turned = [](float xOfX, float yOfX, float xOfY, float yOfY) {
+        return scan(bent(Mesh(160, 160, 2, 2),
+                         [=](float x, float y) {
+                             return Mesh::ControlPoint{xOfX * x + xOfY * y, yOfX * x + yOfY * y};
+                         }))
+            .size();
+    };
+    EXPECT_EQ(turned(-1, 0, 0, -1), 34u * 50) << "upside down";
+    EXPECT_EQ(turned(-0.5F, 1, -1, 0), 34u * 50) << "a step in u goes left";
+    EXPECT_EQ(turned(0, 1, -1, -0.5F), 34u * 50) << "a step in v goes up";
+    EXPECT_EQ(turned(0.5F, 1, -1, 0.5F), 0u) << "neither";
+}
+
 TEST(FoldScan, FindsALocalFold) {
     // One control point is pulled far over its right neighbour.
     Mesh mesh(1600, 1600, 17, 17);
