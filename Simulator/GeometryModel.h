@@ -32,7 +32,7 @@ struct BlackLevelContent {
 /// What a device would refuse is refused: a location that does not exist or is
 /// empty, a text that is no mesh, a mesh or a map of another size than the
 /// picture (code "nativeResolution").
-class JSONDEVICE_EXPORT GeometryModel : public Feature {
+class GeometryModel : public Feature {
 public:
     GeometryModel(RequestDispatcher& dispatcher, CodeTable& codeTable, Protocol ownProtocol);
     ~GeometryModel() override;

@@ -10,7 +10,7 @@ namespace JsonDevice::Simulation {
 
 /// What an image generator behind the projector is told: where the viewer is,
 /// and which content to show.
-class JSONDEVICE_EXPORT ViewerModel : public Feature {
+class ViewerModel : public Feature {
 public:
     ViewerModel(RequestDispatcher& dispatcher, CodeTable& codeTable);
     ~ViewerModel() override;

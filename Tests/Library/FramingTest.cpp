@@ -25,7 +25,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr int patienceMs = 10000;
+constexpr int patienceMs = 60000;
 constexpr int blockSize = 65535;  // the most that the connection asks for in one read
 
 /// Passes everything on, and cuts reads short.
@@ -257,7 +257,8 @@ TEST_P(Framing, TheEndOfTheBufferInsideTheSecondRecord) {
 }
 
 TEST_P(Framing, ARecordOfManyBuffers) {
-    const std::size_t size = GetParam().readLimit == 1 ? 300'000 : 5'000'000;
+    // A read of a few bytes is a system call of its own.
+    const std::size_t size = GetParam().readLimit == 1 || GetParam().readLimit == 7 ? 300'000 : 5'000'000;
     auto sent = std::async(std::launch::async, [&] { wire->send(message(1, size) + message(2)); });
     const Json::Value value = connection->readMsg(patienceMs);
     EXPECT_EQ(value["n"], 1);
