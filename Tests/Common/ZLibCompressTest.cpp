@@ -121,6 +121,15 @@ TEST(ZLibCompress, ABufferOneByteShortIsTooSmall) {
                                "ERROR Zlib inflate - uncompressed buffer is too small to hold data."});
 }
 
+TEST(ZLibCompress, NothingToInflateIsAnErrorOfTheBuffer) {
+    const LogCapture log("Common.ZLibCompress");
+    const Outcome outcome = inflated({}, 10);
+    EXPECT_EQ(static_cast<int>(outcome.error), 2);
+    EXPECT_EQ(outcome.length, untouched);
+    EXPECT_EQ(log.lines(), std::vector<std::string>{
+                               "ERROR Zlib inflate - uncompressed buffer is too small to hold data."});
+}
+
 TEST(ZLibCompress, WhatIsNoZlibStreamIsADataError) {
     const LogCapture log("Common.ZLibCompress");
     EXPECT_EQ(static_cast<int>(inflated(Bytes(100, 0x55), 1000).error), 3);

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 #include <set>
@@ -12,6 +13,7 @@
 #include "DeviceManager/JsonDevice/JsonIG.h"
 #include "DeviceManager/JsonDevice/JsonMasking.h"
 #include "DeviceManager/JsonDevice/JsonModel.h"
+#include "DeviceManager/JsonDevice/JsonStatus.h"
 #include "DeviceManager/JsonDevice/JsonWarpV1.h"
 #include "DeviceManager/JsonDevice/MarshalTypes.h"
 #include "Platform/Devices/BlendProxy.h"
@@ -133,12 +135,22 @@ TEST_F(ProxyRegistration, TheImageGeneratorKnowsItsContents) {
         void* fromJson(const Json::Value&) const override { return nullptr; }
     };
     MarshalJson& registry = *MarshalJson::instance();
-    registry.registerType<BlendProxy>("BlendProxy", std::make_shared<Own>(),
-                                      []() -> void* { return nullptr; });
+    const auto nothing = []() -> void* { return nullptr; };
+    registry.registerType<BlendProxy>("BlendProxy", std::make_shared<Own>(), nothing);
+    const auto ofStatus = {"std::vector<std::wstring>", "std::vector<int>", "PairVectorStringVectorInt",
+                           "PairBoolPairVectorStringVectorInt"};
+    for (const char* const name : ofStatus) {
+        registry.registerType<int>(name, std::make_shared<Own>(), nothing);
+    }
     constructFromCommunicator<JsonWarp>();
     constructFromCommunicator<JsonBlending>();
     constructFromCommunicator<JsonMasking>();
-    std::exit(registry.toJson("BlendProxy", nullptr, {}) == "own" && registered() == allOfTheWarp ? 0 : 1);
+    constructFromCommunicator<JsonStatus>();
+    const bool kept = std::all_of(ofStatus.begin(), ofStatus.end(), [&](const char* name) {
+        return registry.toJson(name, nullptr, {}) == "own";
+    });
+    std::exit(
+        kept && registry.toJson("BlendProxy", nullptr, {}) == "own" && registered() == allOfTheWarp ? 0 : 1);
 }
 
 TEST_F(ProxyRegistration, WhatIsRegisteredAlreadyStays) {
