@@ -1,9 +1,13 @@
 #include "Simulator/Projector.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <mutex>
 #include <utility>
 #include <vector>
 
+#include "Common/Base64.h"
+#include "DeviceManager/JsonDevice/PngWriter.h"
 #include "Simulator/BlockPatternModel.h"
 #include "Simulator/CalibrationPatternModel.h"
 #include "Simulator/CodeTable.h"
@@ -12,6 +16,7 @@
 #include "Simulator/GammaModel.h"
 #include "Simulator/GeometryModel.h"
 #include "Simulator/MessageModel.h"
+#include "Simulator/PatternLimits.h"
 #include "Simulator/PowerModel.h"
 #include "Simulator/RemoteModel.h"
 #include "Simulator/StatusModel.h"
@@ -19,6 +24,13 @@
 #include "Simulator/ViewerModel.h"
 
 namespace JsonDevice::Simulation {
+
+namespace {
+
+/// The most pixels of a picture that is asked for, in either direction.
+constexpr int longestSide = 4096;
+
+}  // namespace
 
 struct Projector::Implementation {
     Implementation(Clock ownClock, Protocol protocol) : clock(std::move(ownClock)), last(clock()) {
@@ -33,6 +45,9 @@ struct Projector::Implementation {
         add<CalibrationPatternModel>();
         add<GeometryModel>(protocol);
         add<ViewerModel>();
+        // No device's method: it is there for whoever wants to see what a real projector would show.
+        requests.bindRaw("Simulator::getPicture",
+                         [this](const Json::Value& params, Caller&) { return picture(params); });
     }
 
     template <class Model, class... Arguments>
@@ -52,6 +67,36 @@ struct Projector::Implementation {
                 feature->advance(elapsed);
             }
         }
+    }
+
+    Scene scene() const {
+        Scene scene;
+        power.show(scene);
+        for (const auto& feature : features) {
+            feature->show(scene);
+        }
+        return scene;
+    }
+
+    /// A PNG file as base64 text, of the width and height in the params, or as large as the projector's.
+    Json::Value picture(const Json::Value& params) const {
+        const Scene shown = scene();
+        int width = std::min(shown.width, longestSide);
+        int height = std::min(shown.height, longestSide);
+        if (!params.isNull() && !(params.isArray() && params.empty())) {
+            if (!params.isArray() || params.size() != 2 || !params[0].isInt() || !params[1].isInt()) {
+                throw RequestError(ErrorCode::invalidParams,
+                                   "Invalid params: expected a width and a height, or nothing");
+            }
+            width = params[0].asInt();
+            height = params[1].asInt();
+            checkLimits("width", width, 1, longestSide);
+            checkLimits("height", height, 1, longestSide);
+        }
+        const Bitmap bitmap = render(shown, width, height);
+        return encodeBase64(makePng(
+            {1, static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height), bitmap.values.data()},
+            ""));
     }
 
     void restoreDefaults() {
@@ -118,12 +163,7 @@ bool Projector::handles(std::string_view method) const {
 Scene Projector::getScene() {
     const std::lock_guard guard(implementation->lock);
     implementation->advance();
-    Scene scene;
-    implementation->power.show(scene);
-    for (const auto& feature : implementation->features) {
-        feature->show(scene);
-    }
-    return scene;
+    return implementation->scene();
 }
 
 Json::Value Projector::describe() {

@@ -58,7 +58,6 @@ StatusModel::StatusModel(RequestDispatcher& dispatcher, CodeTable& codeTable, co
       syncType(codes, fact("syncType", "The kind of synchronisation of the input signal."), L"Digital"),
       sync(codes, fact("sync", "The synchronisation frequencies of the input signal."),
            L"74.0 kHz / 60.0 Hz"),
-      viewAddress(codes, fact("viewAddress", "Where browsers see the picture on the wall, or nothing."), L""),
       lampOvertempIndicator(codes, fact("lampOvertempIndicator", "Whether a lamp is too hot (not 0)."), 0),
       imageProcessor(codes, "imageProcessorTemperature", L"Image processor",
                      "The temperature of the image processor.", 52, minutes(4)),

@@ -50,8 +50,6 @@ private:
     Property<Wire::Text> sampleRate;
     Property<Wire::Text> syncType;
     Property<Wire::Text> sync;
-    /// Set by who shows the projector to browsers.
-    Property<Wire::Text> viewAddress;
     Property<Wire::Int> lampOvertempIndicator;
 
     Sensor imageProcessor;

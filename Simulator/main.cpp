@@ -129,7 +129,6 @@ int main(int argc, char** argv) {
         if (httpPort) {
             view.start(*httpPort, httpListenAddress);
             viewers = &view;
-            simulator.getProjector().set("viewAddress", view.getAddress());
         }
         for (const std::string& misbehaviour : misbehaviours) {
             simulator.misbehave(misbehaviour);

@@ -28,9 +28,9 @@ std::vector<Command> allCommands() {
     all.push_back(blackLevelCommand());
     all.push_back(modelCommand());
     all.push_back(contentCommand());
-    all.push_back(completionCommand());
     all.push_back(patternCommand());
     all.push_back(snapshotCommand());
+    all.push_back(completionCommand());
     return all;
 }
 

@@ -1,11 +1,5 @@
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <memory>
-#include <mutex>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,6 +10,7 @@
 #include "Tools/Console.h"
 #include "Tools/Failure.h"
 #include "Tools/Format.h"
+#include "Tools/OutputFiles.h"
 
 namespace Tool {
 
@@ -49,59 +44,9 @@ Json::Value readAll(Session& session) {
     return file;
 }
 
-void writeFile(const std::string& path, const std::string& text) {
-    // Beside it first, so that a file that is there is replaced whole or not at all.
-    const std::string part = path + ".part";
-    errno = 0;
-    std::ofstream file(part, std::ios::binary | std::ios::trunc);
-    file << text << std::flush;
-    file.close();
-    std::error_code error;
-    if (!file) {
-        error = {errno, std::generic_category()};
-    } else {
-        std::filesystem::rename(part, path, error);
-    }
-    if (error) {
-        std::error_code ignored;
-        std::filesystem::remove(part, ignored);
-        throw FailureException(
-            {ExitStatus::cannotWrite, "cannot write " + inQuotes(path) + ": " + error.message()});
-    }
-}
-
-/// The paths that devices have written to, so that none writes over another's.
-class Paths {
-public:
-    /// The path for the device, whose name takes the place of each "%".
-    std::string take(const std::string& pattern, const std::string& device) {
-        std::string name = device.substr(device.find("//") == std::string::npos ? 0 : device.find("//") + 2);
-        for (char& c : name) {
-            const bool plain = (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
-                               c == '.' || c == '-';
-            c = plain ? c : '_';
-        }
-        std::string path;
-        for (const char c : pattern) {
-            path += c == '%' ? name : std::string(1, c);
-        }
-        const std::lock_guard guard(lock);
-        if (!taken.insert(path).second) {
-            throw FailureException(
-                {ExitStatus::usage, device + ": " + inQuotes(path) +
-                                        " is another device's; a % in FILE stands for the device's name"});
-        }
-        return path;
-    }
-
-private:
-    std::mutex lock;
-    std::set<std::string> taken;
-};
-
 Task dump(const Given& given) {
     const std::string pattern = given.text("FILE");
-    return [pattern, paths = std::make_shared<Paths>()](Session& session) {
+    return [pattern, paths = std::make_shared<OutputPaths>()](Session& session) {
         Answer answer;
         if (pattern.empty() || pattern == "-") {
             answer.data = readAll(session);

@@ -1,93 +1,78 @@
-#include <cerrno>
-#include <cstring>
-#include <fstream>
+#include <chrono>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
 
-#include "DeviceManager/JsonDevice/JsonConnection.h"
+#include "Common/Base64.h"
+#include "ImageFiles/ImageFile.h"
 #include "Tools/Commands/AllCommands.h"
 #include "Tools/Failure.h"
 #include "Tools/Format.h"
-#include "Tools/HttpGet.h"
 #include "Tools/Maps.h"
+#include "Tools/OutputFiles.h"
 #include "Tools/Session.h"
 
 namespace Tool {
 
 namespace {
 
-constexpr std::size_t largestPicture = std::size_t{256} << 20;
-constexpr int defaultWaitMs = 10000;
-/// The code under which a simulated projector tells where its picture is.
-constexpr const char* addressCode = "viewAddress";
+/// A method of the simulated projector, and of no device.
+const JsonDevice::Vocabulary::Operation getPicture{
+    "Simulator::getPicture", "The picture on the wall as the base64 text of a PNG file.",
+    JsonDevice::Vocabulary::WireType{JsonDevice::Wire::Bytes::name, JsonDevice::Wire::Bytes::form},
+    std::vector<JsonDevice::Vocabulary::Parameter>(), std::chrono::milliseconds(10000)};
 
-/// Where the device shows its picture to browsers.
-std::string pictureAddress(Session& session) {
-    Json::Value request(Json::objectValue);
-    request["jsonrpc"] = "2.0";
-    request["method"] = "get";
-    request["params"].append(addressCode);
-    std::string address;
+constexpr int unknownMethod = -32601;
+
+Json::Value askForPicture(Session& session, const Json::Value& params) {
     try {
-        JsonDevice::JsonConnection connection(&session.communicator());
-        const Json::Value reply =
-            session.guarded(defaultWaitMs, [&] { return connection.callCommunicator(request); });
-        address = reply["result"].isString() ? reply["result"].asString() : "";
+        return session.call(getPicture, params);
     } catch (const FailureException& e) {
-        if (e.get().status != ExitStatus::deviceError) {
-            throw;
+        Failure failure = e.get();
+        if (failure.status == ExitStatus::deviceError && failure.code == unknownMethod) {
+            failure.message = session.name() +
+                              " cannot tell what is on the wall; a simulated projector can (" +
+                              failure.message + ")";
         }
-    }
-    if (address.empty()) {
-        throw FailureException(
-            {ExitStatus::deviceError, session.name() +
-                                          ": the device offers no picture of what it shows; a simulated "
-                                          "projector does (jsondevice-sim --http PORT)"});
-    }
-    // One that listens on all networks is reached where the device is.
-    for (const char* const everywhere : {"http://0.0.0.0:", "http://[::]:"}) {
-        const std::string& device = session.name();
-        if (address.starts_with(everywhere) && device.starts_with("tcp://")) {
-            const std::string host = device.substr(6, device.rfind(':') - 6);
-            address = "http://" + host + ":" + address.substr(std::strlen(everywhere));
-        }
-    }
-    return address;
-}
-
-void write(const std::string& path, const std::string& content) {
-    errno = 0;
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    file << content;
-    file.close();
-    if (!file) {
-        throw FailureException(
-            {ExitStatus::cannotWrite, "cannot write " + inQuotes(path) + ": " + std::strerror(errno)});
+        throw FailureException(std::move(failure));
     }
 }
 
 }  // namespace
 
 Command snapshotCommand() {
-    Command command{"snapshot",
-                    "Save a picture of what a simulated projector shows",
-                    "-d tcp://127.0.0.1:5000 snapshot wall.png",
-                    {{"FILE", "The PNG file to write", Hint::file}},
-                    {{"--size", "WxH", "Not as large as the projector's picture, but this"}}};
+    Command command{
+        "snapshot",
+        "Write the picture that is on the wall to a PNG file; simulated projectors alone can tell it",
+        "-d tcp://127.0.0.1:5000 snapshot wall.png",
+        {{"FILE", "The file; a % stands for the device's name", Hint::file}},
+        {{"--size", "WxH", "How large; as large as the projector's unless given"}}};
     command.prepare = [](const Given& given) -> Task {
-        const auto size = parseSize(given.text("size"));
-        return [path = given.text("FILE"), size](Session& session) {
-            std::string url = pictureAddress(session) + "picture.png";
-            if (size) {
-                url += "?width=" + std::to_string(size->first) + "&height=" + std::to_string(size->second);
+        Json::Value params(Json::arrayValue);
+        if (const auto size = parseSize(given.text("size"))) {
+            params.append(size->first);
+            params.append(size->second);
+        }
+        return [pattern = given.text("FILE"), params,
+                paths = std::make_shared<OutputPaths>()](Session& session) {
+            const std::string path = paths->take(pattern, session.name());
+            const std::vector<unsigned char> file = decodeBase64(askForPicture(session, params).asString());
+            const std::string_view content(reinterpret_cast<const char*>(file.data()), file.size());
+            ImageFiles::Picture picture;
+            try {
+                picture = ImageFiles::parsePicture(content, "the picture");
+            } catch (const ImageFiles::ImageFileError& e) {
+                throw FailureException(
+                    {ExitStatus::brokenProtocol, session.name() + ": " + printableLine(e.what())});
             }
-            const std::string picture =
-                httpGet(url, session.timeout().value_or(defaultWaitMs), largestPicture);
-            if (!picture.starts_with("\x89PNG\r\n\x1a\n")) {
-                throw FailureException({ExitStatus::brokenProtocol, printableLine(url) + " is no PNG file"});
-            }
-            write(path, picture);
+            writeFile(path, content);
             Answer answer;
             answer.data["file"] = path;
-            answer.data["bytes"] = static_cast<Json::UInt64>(picture.size());
+            answer.data["width"] = picture.width;
+            answer.data["height"] = picture.height;
+            answer.text =
+                toText({picture.width, picture.height}) + " pixels in " + printableLine(path) + "\n";
             return answer;
         };
     };
