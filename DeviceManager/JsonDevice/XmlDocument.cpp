@@ -25,10 +25,18 @@ namespace {
     throw KorvanParseException("DeviceManager/JsonDevice/XmlDocument", line, message);
 }
 
-/// Once in the process, and never undone: xerces counts its users, but at the
-/// process's end nobody can tell whether the host still has documents.
+/// xerces counts its users. The library is one from its first document until it is
+/// unloaded; a host that has documents of its own is another.
+class XercesUse {
+public:
+    XercesUse() { XMLPlatformUtils::Initialize(); }
+    XercesUse(const XercesUse&) = delete;
+    XercesUse& operator=(const XercesUse&) = delete;
+    ~XercesUse() { XMLPlatformUtils::Terminate(); }
+};
+
 void initialiseXerces() {
-    [[maybe_unused]] static const bool done = (XMLPlatformUtils::Initialize(), true);
+    static const XercesUse use;
 }
 
 /// Whether a start tag may have more attributes than are allowed, told by the
