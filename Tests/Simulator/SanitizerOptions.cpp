@@ -4,6 +4,6 @@
 extern "C" __attribute__((visibility("default"))) const char* __tsan_default_suppressions();
 
 const char* __tsan_default_suppressions() {
-    return "called_from_lib:libcpp-httplib.so\n";
+    return "race:libcpp-httplib.so\n";
 }
 #endif
