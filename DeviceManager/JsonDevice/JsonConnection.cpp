@@ -212,15 +212,9 @@ Json::Value JsonConnection::exchange(std::string text, int timeoutMs) {
             concludeIfAnswered(reply, connector);
             throw;
         }
-        switch (match(reply)) {
-            case Match::current:
-                connector.succeeded();
-                return reply;
-            case Match::late:
-                break;
-            case Match::other:
-                throw BrokenProtocolException(file, 211,
-                                              toWide(logContext + "JSON response id didn't match"));
+        if (answers(reply, 211)) {
+            connector.succeeded();
+            return reply;
         }
     }
 }
@@ -247,15 +241,9 @@ Json::Value JsonConnection::sendAndReplyInternal(const Json::Value& request, int
         if (!reply.isMember("id")) {
             return reply;
         }
-        switch (match(reply)) {
-            case Match::current:
-                connector.succeeded();
-                return reply;
-            case Match::late:
-                break;
-            case Match::other:
-                throw BrokenProtocolException(file, 267,
-                                              toWide(logContext + "JSON response id didn't match"));
+        if (answers(reply, 267)) {
+            connector.succeeded();
+            return reply;
         }
     }
 }
@@ -274,6 +262,18 @@ std::string JsonConnection::readResponse(int timeoutMs) {
 void JsonConnection::write(std::string_view text) {
     // The NUL behind the text ends the record.
     communicator->write(text.data(), text.size() + 1, 1, 1);
+}
+
+bool JsonConnection::answers(const Json::Value& reply, int line) const {
+    switch (match(reply)) {
+        case Match::current:
+            return true;
+        case Match::late:
+            return false;
+        case Match::other:
+            break;
+    }
+    throw BrokenProtocolException(file, line, toWide(logContext + "JSON response id didn't match"));
 }
 
 void JsonConnection::concludeIfAnswered(const Json::Value& reply, Connector& connector) const {

@@ -115,6 +115,9 @@ private:
     void write(std::string_view text);
     enum class Match { current, late, other };
     Match match(const Json::Value& reply) const;
+    /// Whether it is the reply to the last request, and not a late one. Throws,
+    /// with this line, for the reply to anything else.
+    bool answers(const Json::Value& reply, int line) const;
     /// Nothing more is to come of an exchange whose own reply is an error.
     void concludeIfAnswered(const Json::Value& reply, Connector& connector) const;
 
