@@ -115,33 +115,55 @@ TEST_P(EveryFloatFrom0To1, IsQuantisedToItsByteOnEveryTarget) {
     });
 }
 
-TEST_P(EveryFloatFrom0To1, IsEncodedAsItsLevelOnEveryTarget) {
-    forAllFloats(GetParam(), [&](const Values& values) {
-        // The text, written anew from the levels.
-        std::string expected;
-        int last = -1;
-        int repeats = 0;
-        const auto close = [&] {
-            if (repeats > 0) {
-                expected += '/';
-                expected += base64Alphabet[repeats];
-            }
-            repeats = 0;
-        };
-        for (const float value : values) {
-            const int level = static_cast<int>(value * 2048.0F + 0.5F);
-            if (level == last && repeats < 63) {
-                ++repeats;
-                continue;
-            }
-            close();
-            expected += base64Alphabet[level / 64];
-            expected += base64Alphabet[level % 64];
-            last = level;
+/// The text of values from 0 to 1, written anew from their levels.
+std::string writtenAnew(const Values& values) {
+    std::string expected;
+    int last = -1;
+    int repeats = 0;
+    const auto close = [&] {
+        if (repeats > 0) {
+            expected += '/';
+            expected += base64Alphabet[repeats];
+        }
+        repeats = 0;
+    };
+    for (const float value : values) {
+        const int level = static_cast<int>(value * 2048.0F + 0.5F);
+        if (level == last && repeats < 63) {
+            ++repeats;
+            continue;
         }
         close();
+        expected += base64Alphabet[level / 64];
+        expected += base64Alphabet[level % 64];
+        last = level;
+    }
+    close();
+    return expected;
+}
+
+TEST_P(EveryFloatFrom0To1, IsEncodedAsItsLevelOnEveryTarget) {
+    forAllFloats(GetParam(), [&](const Values& values) {
+        const std::string expected = writtenAnew(values);
         onEveryTarget([&] { ASSERT_TRUE(text(values) == expected) << "from " << values.front(); });
     });
+}
+
+TEST(EncodeRuns, EightValuesInEveryPatternBehindARunOfAnyLength) {
+    for (std::size_t length = 0; length < 140; ++length) {
+        Values values;
+        for (unsigned pattern = 0; pattern < 256; pattern += length < 80 ? 1 : 5) {
+            float level = static_cast<float>(pattern % 2);
+            values.insert(values.end(), length, level);
+            for (unsigned i = 0; i < 8; ++i) {
+                level = (pattern >> i & 1) != 0 ? 1.0F - level : level;
+                values.push_back(level);
+            }
+        }
+        const std::string expected = writtenAnew(values);
+        ASSERT_EQ(portableText(values), expected) << length;
+        onEveryTarget([&] { ASSERT_EQ(text(values), expected) << length; });
+    }
 }
 
 TEST(Quantisers, LimitWhatIsNoLevel) {

@@ -21,8 +21,8 @@ inline constexpr float rgbLimit = 4031.0F;
 /// Where a run-length encoder stands: in a run of values of which the first has
 /// been written, and `repeats` more have not.
 struct RunState {
-    /// The two characters of the value; 0, which no text is, before the first one.
-    std::uint16_t token = 0;
+    /// The number that is written for the value; before the first one none.
+    int number = -1;
     /// The bits of the float that was encoded last.
     std::uint32_t bits = 0;
     std::uint64_t repeats = 0;

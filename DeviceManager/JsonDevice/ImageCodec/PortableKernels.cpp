@@ -8,12 +8,6 @@ namespace JsonDevice::ImageCodec {
 
 namespace {
 
-std::uint16_t tokenAt(const char* text) {
-    std::uint16_t token = 0;
-    std::memcpy(&token, text, 2);
-    return token;
-}
-
 /// Truncates a value limited to 0..limit; NaN is 0.
 int truncated(float value, float limit) {
     return value > 0.0F ? static_cast<int>(value < limit ? value : limit) : 0;
@@ -41,9 +35,7 @@ char* insertRLEValue(char* out, int value) {
 char* closeRun(RunState& state, char* out) {
     // A run token repeats 63 times at most; the value is then written again.
     for (; state.repeats >= 64; state.repeats -= 64) {
-        out = insertRLECount(out, 63);
-        std::memcpy(out, &state.token, 2);
-        out += 2;
+        out = insertRLEValue(insertRLECount(out, 63), state.number);
     }
     if (state.repeats > 0) {
         out = insertRLECount(out, static_cast<int>(state.repeats));
@@ -58,19 +50,16 @@ char* encodeRuns(const float* values, std::size_t count, float limit, RunState& 
     for (std::size_t i = 0; i < count; ++i) {
         // Below 0 and above the limit the sum is too, so that limiting it afterwards
         // equals limiting the value.
-        const int value = truncated(values[i] * runLengthScale + 0.5F, limit);
-        char text[2];
-        insertRLEValue(text, value);
-        const std::uint16_t token = tokenAt(text);
-        if (token == state.token && state.repeats < 63) {
+        const int number = truncated(values[i] * runLengthScale + 0.5F, limit);
+        if (number == state.number && state.repeats < 63) {
             ++state.repeats;
         } else {
             if (state.repeats > 0) {
                 out = insertRLECount(out, static_cast<int>(state.repeats));
             }
             state.repeats = 0;
-            state.token = token;
-            out = insertRLEValue(out, value);
+            state.number = number;
+            out = insertRLEValue(out, number);
         }
         state.bits = std::bit_cast<std::uint32_t>(values[i]);
     }

@@ -26,6 +26,10 @@ char* encodePixels(const ValueSource& source, std::size_t begin, std::size_t end
     return out;
 }
 
+int numberAt(const char* text) {
+    return Base64Portable::valueOf(text[0]) * 64 + Base64Portable::valueOf(text[1]);
+}
+
 /// A piece of an image, encoded as if it were an image of its own, but for the
 /// repeats at the end of its last run, which stay open.
 struct EncodedPiece {
@@ -44,9 +48,7 @@ public:
 
     void add(const EncodedPiece& piece) {
         const char* begin = piece.begin;
-        std::uint16_t first = 0;
-        std::memcpy(&first, begin, 2);
-        if (first == open.token) {
+        if (numberAt(begin) == open.number) {
             ++open.repeats;
             begin = takeRepeats(begin + 2, piece.end);
             if (begin == piece.end) {
@@ -71,7 +73,7 @@ private:
             open.repeats += Base64Portable::valueOf(text[1]);
             text += 2;
             // After a full token the same value may have been written again.
-            if (text == end || std::memcmp(text, &open.token, 2) != 0) {
+            if (text == end || numberAt(text) != open.number) {
                 break;
             }
             ++open.repeats;

@@ -9,7 +9,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include "Common/Base64Portable.h"
@@ -43,6 +45,17 @@ using Integers = hn::Repartition<std::int32_t, Tokens>;
 using SignedTokens = hn::Repartition<std::int16_t, Tokens>;
 using HalfTokens = hn::Half<Tokens>;
 constexpr std::size_t mostTokens = 32;
+
+/// Asks for the memory that a loop which has come to `at`, and does `bytes` a round,
+/// will use a little later. While a loop does more than read or write, the processor
+/// by itself does not run far enough ahead.
+HWY_INLINE void fetchAhead(const void* at, std::size_t bytes) {
+    constexpr std::size_t ahead = 4096;
+    constexpr std::size_t line = 64;
+    for (std::size_t i = 0; i < bytes; i += line) {
+        hwy::Prefetch(static_cast<const char*>(at) + ahead + i);  // does no harm beyond the end
+    }
+}
 
 // ---- Encoding
 
@@ -90,10 +103,8 @@ HWY_INLINE hn::Vec<SignedTokens> joined(hn::Vec<Integers> low, hn::Vec<Integers>
 #endif
 }
 
-/// The text of as many values as there are tokens in a vector.
-HWY_INLINE hn::Vec<Tokens> textOf(const float* values, float limit) {
-    const Tokens d16;
-    const Characters d8;
+/// The numbers of as many values as there are tokens in a vector.
+HWY_INLINE hn::Vec<Tokens> numbersOf(const float* values, float limit) {
     const Floats df;
     const auto quantised = [&](const float* from) {
         const auto sum =
@@ -101,10 +112,30 @@ HWY_INLINE hn::Vec<Tokens> textOf(const float* values, float limit) {
         return truncated(limited(sum, hn::Set(df, limit)));
     };
     const auto levels = joined(quantised(values), quantised(values + hn::Lanes(df)));
-    const auto numbers = hn::BitCast(d16, hn::Max(levels, hn::Zero(SignedTokens())));
+    return hn::BitCast(Tokens(), hn::Max(levels, hn::Zero(SignedTokens())));
+}
+
+/// The two characters of each number.
+template <class D16>
+HWY_INLINE hn::Vec<D16> textOf(D16 d16, hn::Vec<D16> numbers) {
+    const hn::Repartition<std::uint8_t, D16> d8;
     const auto digits =
         hn::OrAnd(hn::ShiftRight<6>(numbers), hn::ShiftLeft<8>(numbers), hn::Set(d16, 0x3F00));
     return hn::BitCast(d16, b64::toCharacters(d8, hn::BitCast(d8, digits)));
+}
+
+/// One bit for each lane.
+template <class D16>
+HWY_INLINE std::uint32_t bitsOf(D16 d16, hn::Mask<D16> mask) {
+    // As long as what is stored: a longer load would wait for the store.
+    using Bits =
+        std::conditional_t<hn::MaxLanes(D16()) <= 8, std::uint8_t,
+                           std::conditional_t<hn::MaxLanes(D16()) <= 16, std::uint16_t, std::uint32_t>>;
+    std::uint8_t bytes[8] = {};
+    hn::StoreMaskBits(d16, mask, bytes);
+    Bits bits = 0;
+    std::memcpy(&bits, bytes, sizeof bits);
+    return bits;
 }
 
 /// Whether all values have the same bits, and so the same text, as the one before them.
@@ -133,96 +164,150 @@ HWY_INLINE bool allHaveBits(const float* values, std::size_t count, std::uint32_
 
 constexpr std::size_t blockValues = 256;
 
-/// The tokens of a block, behind the last token before it, so that a block can be
+/// The numbers of a block, behind the last one before it, so that a block can be
 /// compared with itself moved by one.
-struct TokenBlock {
+struct NumberBlock {
     HWY_ALIGN std::uint16_t memory[mostTokens + blockValues];
-    std::uint16_t* tokens() { return memory + mostTokens; }
+    std::uint16_t* numbers() { return memory + mostTokens; }
 };
 
-/// Writes what is due for the tokens of a block. `repeats` counts the repeats of
-/// the token before the one at hand that have not been written.
-HWY_INLINE char* writeTokens(const std::uint16_t* tokens, std::size_t count, RunState& state, char* out) {
+/// Eight tokens: what a shuffle of bytes can close the ranks of.
+using Group = hn::FixedTag<std::uint16_t, 8>;
+constexpr std::size_t groupSize = 8;
+
+/// For each choice of tokens of a group, the shuffle of bytes that moves them to its
+/// front. (Highway's own copies its table at each use with some compilers.)
+struct CloseRanks {
+    constexpr CloseRanks() {
+        for (std::size_t choice = 0; choice < 256; ++choice) {
+            std::uint8_t* shuffle = shuffles[choice];
+            for (std::uint8_t lane = 0; lane < groupSize; ++lane) {
+                if ((choice >> lane & 1) != 0) {
+                    *shuffle++ = 2 * lane;
+                    *shuffle++ = 2 * lane + 1;
+                }
+            }
+        }
+    }
+    HWY_ALIGN std::uint8_t shuffles[256][2 * groupSize] = {};
+};
+constexpr CloseRanks closeRanks;
+
+/// Writes what is due for a group in which some values start a run, without a
+/// branch for any of them. A value that starts a run gives its token, one that ends
+/// a longer run gives the run's, others give none. A run that reaches the group's
+/// end stays open. `starts` has a bit for each value that differs from the one
+/// before it; `repeats` counts the repeats that are due when the group begins, and
+/// afterwards those due when it ends.
+HWY_INLINE char* writeGroup(const std::uint16_t* numbers, std::uint32_t starts, std::uint64_t& repeats,
+                            char* out) {
+    if (starts == 0) {
+        repeats += groupSize;
+        return out;
+    }
+    std::size_t kept = starts | starts >> 1;
+    if (repeats > 64 - groupSize) {
+        // Perhaps too many for one token.
+        const int first = std::countr_zero(starts);
+        RunState run{numbers[-1], 0, repeats + static_cast<std::uint64_t>(first)};
+        out = closeRun(run, out);
+        kept = kept >> first << first;
+        repeats = 0;
+    }
+    // The token of a run that ended with the group before: written, and kept if there is one.
+    out[0] = '/';
+    out[1] = base64Alphabet[repeats];
+    out += (starts & 1) != 0 && repeats > 0 ? 2 : 0;
+
+    const Group d16;
+    const hn::RebindToSigned<Group> i16;
+    // Positions count from the number of repeats that is never reached, so that the
+    // place where the run at hand started is positive, even before the group.
+    HWY_ALIGN static constexpr std::int16_t positions[groupSize] = {64, 65, 66, 67, 68, 69, 70, 71};
+    HWY_ALIGN static constexpr std::int16_t laneBits[groupSize] = {1, 2, 4, 8, 16, 32, 64, 128};
+    const auto position = hn::Load(i16, positions);
+    const auto bit = hn::Load(i16, laneBits);
+    const auto isStart = hn::Eq(hn::And(hn::Set(i16, static_cast<std::int16_t>(starts)), bit), bit);
+    const auto before = hn::Set(i16, static_cast<std::int16_t>(63 - repeats));
+    auto start = hn::IfThenElse(isStart, position, before);
+    start = hn::Max(start, hn::ShiftLeftLanes<1>(i16, start));
+    start = hn::Max(start, hn::ShiftLeftLanes<2>(i16, start));
+    start = hn::Max(start, hn::ShiftLeftLanes<4>(i16, start));
+    // A run's token reads as the number that would follow the largest value's digits.
+    const auto run = hn::Add(hn::Sub(position, start), hn::Set(i16, 63 * 64));
+    const auto number = hn::BitCast(i16, hn::LoadU(d16, numbers));
+    const auto tokens = hn::BitCast(d16, hn::IfThenElse(isStart, number, run));
+    const auto shuffle = hn::Load(hn::Repartition<std::uint8_t, Group>(), closeRanks.shuffles[kept]);
+    hn::StoreU(textOf(d16, hn::TableLookupBytes(tokens, hn::BitCast(d16, shuffle))), d16,
+               reinterpret_cast<std::uint16_t*>(out));
+    repeats = groupSize - static_cast<std::uint64_t>(std::bit_width(starts));
+    return out + 2 * std::popcount(kept);
+}
+
+/// Writes what is due for the numbers of a block.
+HWY_INLINE char* writeTokens(const std::uint16_t* numbers, std::size_t count, RunState& state, char* out) {
     const Tokens d16;
     const std::size_t lanes = hn::Lanes(d16);
     std::uint64_t repeats = state.repeats;
-    const auto close = [&](std::size_t at) {
-        RunState run{tokens[static_cast<std::ptrdiff_t>(at) - 1], 0, repeats};
+    const auto close = [&](const std::uint16_t* at) {
+        RunState run{at[-1], 0, repeats};
         out = closeRun(run, out);
         repeats = 0;
     };
-    for (std::size_t i = 0; i < count; i += lanes) {
-        const auto here = hn::Load(d16, tokens + i);
-        const auto starts = hn::Ne(here, hn::LoadU(d16, tokens + i - 1));
-        const std::size_t valid = std::min(lanes, count - i);
-        if (valid == lanes) {
-            if (hn::AllFalse(d16, starts)) {
-                repeats += lanes;
-                continue;
+    std::size_t i = 0;
+    for (; i + lanes <= count; i += lanes) {
+        const auto here = hn::Load(d16, numbers + i);
+        const auto starts = hn::Ne(here, hn::LoadU(d16, numbers + i - 1));
+        if (hn::AllFalse(d16, starts)) {
+            repeats += lanes;
+        } else if (hn::AllTrue(d16, starts)) {
+            if (repeats > 0) {
+                close(numbers + i);
             }
-            if (hn::AllTrue(d16, starts)) {
-                if (repeats > 0) {
-                    close(i);
-                }
-                hn::StoreU(here, d16, reinterpret_cast<std::uint16_t*>(out));
-                out += 2 * lanes;
-                continue;
+            hn::StoreU(textOf(d16, here), d16, reinterpret_cast<std::uint16_t*>(out));
+            out += 2 * lanes;
+        } else {
+            const std::uint32_t bits = bitsOf(d16, starts);
+            for (std::size_t group = 0; group < lanes; group += groupSize) {
+                out = writeGroup(numbers + i + group, bits >> group & 0xFF, repeats, out);
             }
         }
-        // Some start a run: one bit for each, and only those are visited.
-        std::uint8_t bytes[8] = {};
-        hn::StoreMaskBits(d16, starts, bytes);
-        std::uint32_t bits = 0;
-        std::memcpy(&bits, bytes, sizeof bits);
-        if (valid < lanes) {
-            bits &= (std::uint32_t{1} << valid) - 1;
+    }
+    for (; i < count; ++i) {
+        if (numbers[i] == numbers[static_cast<std::ptrdiff_t>(i) - 1]) {
+            ++repeats;
+        } else {
+            close(numbers + i);
+            out = insertRLEValue(out, numbers[i]);
         }
-        std::size_t from = 0;
-        while (bits != 0) {
-            const auto start = static_cast<std::size_t>(std::countr_zero(bits));
-            bits &= bits - 1;
-            repeats += start - from;
-            if (repeats < 64) {
-                // A run token is written in any case, and kept if there is a run.
-                out[0] = '/';
-                out[1] = base64Alphabet[repeats];
-                out += repeats > 0 ? 2 : 0;
-                repeats = 0;
-            } else {
-                close(i + start);
-            }
-            std::memcpy(out, tokens + i + start, 2);
-            out += 2;
-            from = start + 1;
-        }
-        repeats += valid - from;
     }
     state.repeats = repeats;
-    state.token = tokens[count - 1];
+    state.number = numbers[count - 1];
     return out;
 }
 
 char* encodeRuns(const float* values, std::size_t count, float limit, RunState& state, char* out) {
     const Tokens d16;
     const std::size_t lanes = hn::Lanes(d16);
-    TokenBlock block;
+    NumberBlock block;
     while (count > 0) {
         const std::size_t now = std::min(count, blockValues);
-        if (state.token != 0 && allHaveBits(values, now, state.bits)) {
+        if (state.number >= 0 && allHaveBits(values, now, state.bits)) {
             state.repeats += now;
         } else {
-            std::uint16_t* const tokens = block.tokens();
-            tokens[-1] = state.token;
+            std::uint16_t* const numbers = block.numbers();
+            numbers[-1] = static_cast<std::uint16_t>(state.number);
             std::size_t i = 0;
             for (; i + lanes <= now; i += lanes) {
-                hn::Store(textOf(values + i, limit), d16, tokens + i);
+                fetchAhead(values + i, lanes * sizeof(float));
+                hn::Store(numbersOf(values + i, limit), d16, numbers + i);
             }
             if (i < now) {
                 float rest[mostTokens] = {};
                 std::memcpy(rest, values + i, (now - i) * sizeof(float));
-                hn::Store(textOf(rest, limit), d16, tokens + i);
+                hn::Store(numbersOf(rest, limit), d16, numbers + i);
             }
-            out = writeTokens(tokens, now, state, out);
+            out = writeTokens(numbers, now, state, out);
             state.bits = std::bit_cast<std::uint32_t>(values[now - 1]);
         }
         values += now;
@@ -241,6 +326,7 @@ void quantiseBytes(const float* values, std::size_t count, std::uint8_t* bytes) 
     const std::size_t lanes = hn::Lanes(df);
     std::size_t i = 0;
     for (; i + 2 * lanes <= count; i += 2 * lanes) {
+        fetchAhead(values + i, 2 * lanes * sizeof(float));
         // What is below 0 becomes 0 here.
         const auto numbers = joined(quantised(values + i), quantised(values + i + lanes));
         hn::StoreU(hn::DemoteTo(d8, numbers), d8, bytes + i);
@@ -264,6 +350,7 @@ RunScan scanRuns(const char* text, std::size_t tokens) {
         auto invalid = hn::Zero(d8);
         auto empty = hn::VecFromMask(d16, hn::Ne(one, one));
         for (std::size_t round = 0; round < rounds; ++round, text += 2 * lanes) {
+            fetchAhead(text, 2 * lanes);
             const auto numbers = hn::BitCast(
                 d16, b64::toNumbers(d8, hn::LoadU(d8, reinterpret_cast<const std::uint8_t*>(text)), invalid));
             const auto isRun = hn::Eq(hn::And(numbers, hn::Set(d16, 0xFF)), hn::Set(d16, 63));
@@ -283,21 +370,29 @@ RunScan scanRuns(const char* text, std::size_t tokens) {
     return scan;
 }
 
-/// Writes `count` copies, and up to a vector more behind them.
+/// Writes `count` copies, and up to four vectors more behind them: as runs are either
+/// short or as long as they can be, the number of rounds is easy to foresee.
 HWY_INLINE void repeat(float value, std::size_t count, float* out) {
     const Floats df;
+    const std::size_t lanes = hn::Lanes(df);
     const auto values = hn::Set(df, value);
-    for (std::size_t i = 0; i < count; i += hn::Lanes(df)) {
+    hn::StoreU(values, df, out);
+    for (std::size_t i = lanes; i < count; i += 4 * lanes) {
         hn::StoreU(values, df, out + i);
+        hn::StoreU(values, df, out + i + lanes);
+        hn::StoreU(values, df, out + i + 2 * lanes);
+        hn::StoreU(values, df, out + i + 3 * lanes);
     }
 }
 
-/// The same for copies of `count` values at `from`.
-HWY_INLINE void copy(const float* from, std::size_t count, float* out) {
+/// Copies as many floats as a vector has tokens.
+HWY_INLINE void copyVector(const float* from, float* out) {
     const Floats df;
-    for (std::size_t i = 0; i < count; i += hn::Lanes(df)) {
-        hn::StoreU(hn::LoadU(df, from + i), df, out + i);
-    }
+    const std::size_t lanes = hn::Lanes(df);
+    const auto low = hn::LoadU(df, from);
+    const auto high = hn::LoadU(df, from + lanes);
+    hn::StoreU(low, df, out);
+    hn::StoreU(high, df, out + lanes);
 }
 
 void decodeRuns(const char* text, const char* end, float* values, std::size_t count) {
@@ -311,10 +406,15 @@ void decodeRuns(const char* text, const char* end, float* values, std::size_t co
     float* out = values;
     float* const last = values + count;
     // Vectors of tokens, as long as the text has them and there is room for what one
-    // step may write: the values of a vector, a run, and a vector more behind each.
+    // step may write: the values of a vector, and a run with four half vectors behind it.
     constexpr std::ptrdiff_t step = mostTokens + 64 + 2 * mostTokens;
     float level[2 * mostTokens];
+    const float* fetched = out;
     while (last - out > step && end - text >= static_cast<std::ptrdiff_t>(2 * lanes)) {
+        fetchAhead(text, 2 * lanes);
+        for (; fetched < out; fetched += 16) {
+            fetchAhead(fetched, 64);
+        }
         const auto characters = hn::LoadU(d8, reinterpret_cast<const std::uint8_t*>(text));
         auto unused = hn::Zero(d8);
         const auto digits = hn::BitCast(d16, b64::toNumbers(d8, characters, unused));
@@ -338,19 +438,14 @@ void decodeRuns(const char* text, const char* end, float* values, std::size_t co
         }
         hn::StoreU(low, df, level);
         hn::StoreU(high, df, level + hn::Lanes(df));
-        std::uint8_t bytes[8] = {};
-        hn::StoreMaskBits(d16, isRun, bytes);
-        std::uint32_t runs = 0;
-        std::memcpy(&runs, bytes, sizeof runs);
+        std::uint32_t runs = bitsOf(d16, isRun);
         std::size_t from = 0;
         while (runs != 0 && last - out > step) {
             const auto run = static_cast<std::size_t>(std::countr_zero(runs));
             runs &= runs - 1;
             // The values before the run; the last of them is written with its repeats.
             const float value = run > from ? level[run - 1] : out[-1];
-            if (run > from + 1) {
-                copy(level + from, run - from - 1, out);
-            }
+            copyVector(level + from, out);
             out += run - from;
             const std::size_t repeats = Base64Portable::valueOf(text[2 * run + 1]);
             repeat(value, repeats + 1, out - 1);
@@ -361,7 +456,7 @@ void decodeRuns(const char* text, const char* end, float* values, std::size_t co
         if (runs != 0 || last - out <= step) {
             break;
         }
-        copy(level + from, lanes - from, out);
+        copyVector(level + from, out);
         out += lanes - from;
         text += 2 * (lanes - from);
     }
