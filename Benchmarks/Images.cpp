@@ -347,8 +347,7 @@ int main(int argc, char** argv) {
         const auto zlibDecode = [&](std::size_t workers) {
             return [&, workers](std::size_t i) {
                 std::vector<std::uint8_t> stream = decodeBase64(zlibTexts[i]);
-                inflateBytes(stream);
-                expand(bytes.data(), pixels, targets[i].getData(), workers);
+                decodeDeflated(stream, targets[i].getData(), pixels, workers);
             };
         };
         compare("ZLIB decode, " + content,

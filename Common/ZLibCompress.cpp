@@ -18,15 +18,19 @@ constexpr const char* zlibVersionUsed = "1.2.8";
 // input than that is refused, as it could only be cut off.
 constexpr unsigned long largestLength = std::numeric_limits<uInt>::max();
 
-z_stream streamOver(unsigned char* in, unsigned long inLength, unsigned char* out,
-                    unsigned long outCapacity) {
+z_stream streamOver(unsigned char* in, unsigned long inLength, unsigned char* out) {
     z_stream stream{};
     stream.next_in = in;
     stream.avail_in = static_cast<uInt>(inLength);
     stream.next_out = out;
-    stream.avail_out = static_cast<uInt>(std::min(outCapacity, largestLength));
     return stream;
 }
+
+/// Ends a stream that inflates.
+struct InflateEnd {
+    z_stream& stream;
+    ~InflateEnd() { inflateEnd(&stream); }
+};
 
 void logInflateError(int result) {
     LOG4CXX_ERROR(logger, "Zlib inflate - error: " + std::to_string(result));
@@ -40,7 +44,8 @@ ZLibCompress::ZLibError ZLibCompress::zLibDeflate(unsigned char* in, unsigned lo
     if (inLength > largestLength) {
         return ZLibFailed;
     }
-    z_stream stream = streamOver(in, inLength, out, outCapacity);
+    z_stream stream = streamOver(in, inLength, out);
+    stream.avail_out = static_cast<uInt>(std::min(outCapacity, largestLength));
     if (deflateInit_(&stream, Z_DEFAULT_COMPRESSION, zlibVersionUsed, static_cast<int>(sizeof stream)) !=
         Z_OK) {
         return InitFailed;
@@ -57,16 +62,34 @@ ZLibCompress::ZLibError ZLibCompress::zLibDeflate(unsigned char* in, unsigned lo
 ZLibCompress::ZLibError ZLibCompress::zLibInflate(unsigned char* in, unsigned long inLength,
                                                   unsigned char* out, unsigned long outCapacity,
                                                   unsigned long& outLength) {
+    return zLibInflateInSteps(in, inLength, out, outCapacity, outLength, largestLength, [](unsigned long) {});
+}
+
+ZLibCompress::ZLibError ZLibCompress::zLibInflateInSteps(unsigned char* in, unsigned long inLength,
+                                                         unsigned char* out, unsigned long outCapacity,
+                                                         unsigned long& outLength, unsigned long step,
+                                                         const std::function<void(unsigned long)>& arrived) {
     if (inLength > largestLength) {
         logInflateError(Z_DATA_ERROR);
         return ZLibFailed;
     }
-    z_stream stream = streamOver(in, inLength, out, outCapacity);
+    z_stream stream = streamOver(in, inLength, out);
     if (inflateInit_(&stream, zlibVersionUsed, static_cast<int>(sizeof stream)) != Z_OK) {
         return InitFailed;
     }
+    const InflateEnd inflateEnd{stream};
+    const unsigned long room = std::min(outCapacity, largestLength);
     ZLibError error = ZLibFailed;
-    const int result = inflate(&stream, Z_NO_FLUSH);
+    int result = Z_OK;
+    do {
+        const bool first = stream.total_out == 0;
+        stream.avail_out = static_cast<uInt>(std::min(step, room - stream.total_out));
+        result = inflate(&stream, Z_NO_FLUSH);
+        if (result == Z_BUF_ERROR && !first) {
+            result = Z_OK;  // the input had ended with the step before
+        }
+        arrived(stream.total_out);
+    } while (result == Z_OK && stream.avail_out == 0 && stream.total_out < room);
     if (result == Z_STREAM_END) {
         outLength = stream.total_out;
         error = NoError;
@@ -76,6 +99,5 @@ ZLibCompress::ZLibError ZLibCompress::zLibInflate(unsigned char* in, unsigned lo
     } else {
         logInflateError(result);
     }
-    inflateEnd(&stream);
     return error;
 }

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <functional>
+
 #include "Common/Export.h"
 
 /// zlib over whole buffers: one call, an output buffer of the caller's, and never
 /// a byte beyond it. Stateless; any number of threads may call on different
-/// buffers. Nothing throws. `outLength` is written only on success.
+/// buffers. Nothing of its own throws. `outLength` is written only on success.
 class JSONDEVICE_EXPORT ZLibCompress {
 public:
     enum ZLibError : int {
@@ -23,4 +25,10 @@ public:
     /// Inflates one zlib stream; what follows it in `in` is ignored. Logs why it failed.
     static ZLibError zLibInflate(unsigned char* in, unsigned long inLength, unsigned char* out,
                                  unsigned long outCapacity, unsigned long& outLength);
+    /// The same, and says by arrived(n), each time another `step` bytes are there and
+    /// at the end, that the first n can be used. What arrived throws reaches the caller.
+    static ZLibError zLibInflateInSteps(unsigned char* in, unsigned long inLength, unsigned char* out,
+                                        unsigned long outCapacity, unsigned long& outLength,
+                                        unsigned long step,
+                                        const std::function<void(unsigned long)>& arrived);
 };

@@ -255,16 +255,11 @@ GrayscaleImage* JTypeGrayscaleImage::fromJsonRLECompressed(const Json::Value& va
 GrayscaleImage* JTypeGrayscaleImage::fromJsonZLibCompressed(const Json::Value& value) const {
     const Received received(value, notGrayscale);
     std::vector<unsigned char> deflated = decodeBase64(received.raster);
-    // Not initialised, so that the system gives memory only as it is inflated into.
-    const std::unique_ptr<unsigned char[]> bytes(new unsigned char[received.pixels()]);
-    unsigned long length = 0;
-    const ZLibCompress::ZLibError error =
-        ZLibCompress::zLibInflate(deflated.data(), deflated.size(), bytes.get(), received.pixels(), length);
-    if (error != ZLibCompress::NoError || length < received.pixels()) {
+    auto image = std::make_unique<RasterGrayscaleImage>(received.h, received.v, nullptr);
+    if (!decodeDeflated(deflated, image->getData(), received.pixels(),
+                        workersFor(received.v, received.pixels()))) {
         return nullptr;
     }
-    auto image = std::make_unique<RasterGrayscaleImage>(received.h, received.v, nullptr);
-    expand(bytes.get(), received.pixels(), image->getData(), workersFor(received.v, received.pixels()));
     return image.release();
 }
 

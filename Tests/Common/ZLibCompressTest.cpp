@@ -149,6 +149,46 @@ TEST(ZLibCompress, AStreamCutOffAnywhereIsRefused) {
     }
 }
 
+TEST(ZLibCompress, InflatesInStepsAsAtOnce) {
+    const Bytes plain = repetitive();
+    const Bytes whole = deflated(plain, plain.size()).bytes;
+    const std::size_t half = whole.size() / 2;
+    Bytes damaged = whole;
+    damaged[half] ^= 0xFF;
+    const Bytes ends[] = {whole, Bytes(whole.begin(), whole.begin() + static_cast<long>(half)), damaged, {}};
+    for (const Bytes& stream : ends) {
+        for (const std::size_t capacity :
+             {plain.size() - 1, plain.size(), plain.size() + 7, std::size_t{0}}) {
+            const LogCapture log("Common.ZLibCompress");
+            const Outcome atOnce = inflated(stream, capacity);
+            const std::vector<std::string> lines = log.lines();
+            for (const unsigned long step :
+                 {1UL, 2UL, 3UL, 49UL, 250UL, 1250UL, 2500UL, 4999UL, 5000UL, 9999UL}) {
+                const LogCapture stepLog("Common.ZLibCompress");
+                std::vector<unsigned long> arrivals;
+                const Outcome inSteps = run(
+                    [&](unsigned char* in, unsigned long inLength, unsigned char* out, unsigned long room,
+                        unsigned long& outLength) {
+                        return ZLibCompress::zLibInflateInSteps(
+                            in, inLength, out, room, outLength, step,
+                            [&](unsigned long n) { arrivals.push_back(n); });
+                    },
+                    stream, capacity);
+                ASSERT_EQ(inSteps.error, atOnce.error) << capacity << " " << step;
+                ASSERT_EQ(inSteps.length, atOnce.length);
+                ASSERT_EQ(inSteps.bytes, atOnce.bytes);
+                ASSERT_EQ(stepLog.lines(), lines);
+                for (std::size_t i = 0; i + 1 < arrivals.size(); ++i) {
+                    ASSERT_EQ(arrivals[i], (i + 1) * step);
+                }
+                if (atOnce.error == ZLibCompress::NoError) {
+                    ASSERT_EQ(arrivals.back(), atOnce.length);
+                }
+            }
+        }
+    }
+}
+
 TEST(ZLibCompress, AStreamThatZlibRefusesToStartIsSaidWithoutALogLine) {
     const LogCapture log("Common.ZLibCompress");
     const Bytes plain = repetitive();

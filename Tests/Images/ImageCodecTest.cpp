@@ -1,6 +1,7 @@
 #include <atomic>
 #include <cstdint>
 #include <random>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -10,6 +11,7 @@
 #include <rapidcheck/gtest.h>
 
 #include "Common/Base64.h"
+#include "Common/ZLibCompress.h"
 #include "DeviceManager/JsonDevice/ImageCodec/ByteRaster.h"
 #include "DeviceManager/JsonDevice/ImageCodec/Kernels.h"
 #include "DeviceManager/JsonDevice/ImageCodec/ParallelLoop.h"
@@ -302,6 +304,15 @@ TEST(RunLength, AnyTextIsReadOrRefusedAsDefined) {
     EXPECT_GT(read, 2000);
 }
 
+std::vector<unsigned char> deflated(std::vector<std::uint8_t> bytes) {
+    std::vector<unsigned char> stream(bytes.size() + 100);
+    unsigned long length = 0;
+    EXPECT_EQ(ZLibCompress::zLibDeflate(bytes.data(), bytes.size(), stream.data(), stream.size(), length),
+              ZLibCompress::NoError);
+    stream.resize(length);
+    return stream;
+}
+
 TEST(ByteRaster, EveryEncodingIsTheSameForAnyNumberOfWorkers) {
     const RasterGrayscaleImage image = mixedImage(733, 611, 31);
     const std::size_t count = 733 * 611;
@@ -317,7 +328,8 @@ TEST(ByteRaster, EveryEncodingIsTheSameForAnyNumberOfWorkers) {
         ASSERT_TRUE(text == expectedText);
         std::vector<float> values(count, -1.0F);
         std::vector<float> decodedValues(count, -1.0F);
-        expand(bytes.data(), count, values.data(), workers);
+        std::vector<unsigned char> stream = deflated(bytes);
+        ASSERT_TRUE(decodeDeflated(stream, values.data(), count, workers));
         ASSERT_TRUE(decodePlain(text, decodedValues.data(), count, workers));
         ASSERT_TRUE(values == decodedValues);
         for (std::size_t i = 0; i < count; ++i) {
@@ -338,6 +350,30 @@ TEST(ByteRaster, ADamagedCharacterAnywhereIsSeen) {
         }
     }
     EXPECT_TRUE(decodePlain(text, values.data(), count, 2));
+}
+
+TEST(ByteRaster, AStreamOfTheWrongLengthOrADamagedOneIsSeen) {
+    const std::size_t count = 500000;
+    std::vector<std::uint8_t> bytes(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        bytes[i] = static_cast<std::uint8_t>(i * i >> 9);
+    }
+    const std::vector<unsigned char> whole = deflated(bytes);
+    for (const std::size_t workers : workerCounts) {
+        std::vector<float> values(count + 1, -1.0F);
+        std::vector<unsigned char> stream = whole;
+        EXPECT_TRUE(decodeDeflated(stream, values.data(), count, workers));
+        EXPECT_EQ(values[count], -1.0F);
+        EXPECT_FALSE(decodeDeflated(stream, values.data(), count + 1, workers));
+        EXPECT_FALSE(decodeDeflated(stream, values.data(), count - 1, workers));
+        EXPECT_EQ(values[count], -1.0F);
+        for (const std::size_t part : {std::size_t{0}, stream.size() / 2, stream.size() - 5}) {
+            EXPECT_FALSE(decodeDeflated(std::span(stream).first(part), values.data(), count, workers))
+                << part;
+        }
+        stream[stream.size() - 1] ^= 1;  // the check sum
+        EXPECT_FALSE(decodeDeflated(stream, values.data(), count, workers));
+    }
 }
 
 TEST(ByteRaster, KnowsHowMuchATextHolds) {
@@ -379,6 +415,42 @@ TEST(ParallelLoop, AFailureEndsItAndReachesTheCaller) {
 TEST(ParallelLoop, NothingToDoIsDone) {
     forEachPiece(0, 3, [](std::size_t) { FAIL(); });
     EXPECT_GE(availableWorkers(), 1U);
+}
+
+TEST(ParallelLoop, WhatIsHandedOverIsDoneOnceBeforeItReturns) {
+    for (const std::size_t workers : workerCounts) {
+        std::vector<std::atomic<int>> done(50);
+        alongside(workers, [&](const HandOver& handOver) {
+            for (auto& times : done) {
+                handOver([&times] { ++times; });
+            }
+        });
+        for (const auto& times : done) {
+            ASSERT_EQ(times, 1);
+        }
+        alongside(workers, [](const HandOver&) {});
+    }
+}
+
+TEST(ParallelLoop, AFailureOnEitherSideOfAHandOverReachesTheCaller) {
+    for (const std::size_t workers : workerCounts) {
+        std::atomic<int> begun{0};
+        EXPECT_THROW(alongside(workers,
+                               [&](const HandOver& handOver) {
+                                   handOver([&] { ++begun; });
+                                   throw std::runtime_error("the caller's");
+                               }),
+                     std::runtime_error);
+        EXPECT_THROW(alongside(workers,
+                               [&](const HandOver& handOver) {
+                                   handOver([&] {
+                                       ++begun;
+                                       throw std::runtime_error("a helper's");
+                                   });
+                               }),
+                     std::runtime_error);
+        EXPECT_GE(begun, 1);
+    }
 }
 
 }  // namespace

@@ -4,9 +4,11 @@
 #include <array>
 #include <atomic>
 #include <cstring>
+#include <memory>
 #include <span>
 
 #include "Common/Base64.h"
+#include "Common/ZLibCompress.h"
 #include "DeviceManager/JsonDevice/ImageCodec/Kernels.h"
 #include "DeviceManager/JsonDevice/ImageCodec/ParallelLoop.h"
 
@@ -64,10 +66,33 @@ void encodePlain(const ValueSource& source, char* text, std::size_t workers) {
     });
 }
 
-void expand(const std::uint8_t* bytes, std::size_t count, float* values, std::size_t workers) {
-    forEachRange(count, pieceValues, workers, [&](std::size_t begin, std::size_t end) {
-        expandBytes(bytes + begin, end - begin, values + begin);
+bool decodeDeflated(std::span<unsigned char> stream, float* values, std::size_t count, std::size_t workers) {
+    // Not initialised, so that the system gives memory only as it is inflated into.
+    const std::unique_ptr<unsigned char[]> bytes(new unsigned char[count]);
+    // One thread takes what is still in a cache. To wake another is worth a large
+    // piece, and what is left at the end should be small: half of the rest at a time.
+    const std::size_t step = workers <= 1 ? pieceValues : std::max(pieceValues, count / 8);
+    unsigned long length = 0;
+    ZLibCompress::ZLibError error = ZLibCompress::NoError;
+    alongside(workers, [&](const HandOver& handOver) {
+        std::size_t begin = 0;
+        const auto arrived = [&](unsigned long end) {
+            const auto work = [from = bytes.get() + begin, size = end - begin, to = values + begin] {
+                expandBytes(from, size, to);
+            };
+            if (workers <= 1 || end == count) {
+                work();
+            } else if (end - begin >= (count - begin) / 2) {
+                handOver(work);
+            } else {
+                return;
+            }
+            begin = end;
+        };
+        error = ZLibCompress::zLibInflateInSteps(stream.data(), stream.size(), bytes.get(), count, length,
+                                                 step, arrived);
     });
+    return error == ZLibCompress::NoError && length == count;
 }
 
 bool decodePlain(std::string_view text, float* values, std::size_t count, std::size_t workers) {

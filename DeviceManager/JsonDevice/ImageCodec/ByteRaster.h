@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 #include "DeviceManager/JsonDevice/ImageCodec/ValueSource.h"
@@ -15,8 +16,10 @@ void quantise(const ValueSource& source, std::uint8_t* bytes, std::size_t worker
 /// Writes the base64 text of those bytes: base64Length(source.values()) characters.
 void encodePlain(const ValueSource& source, char* text, std::size_t workers);
 
-/// Turns bytes into values.
-void expand(const std::uint8_t* bytes, std::size_t count, float* values, std::size_t workers);
+/// Inflates `count` bytes and turns them into values, on several threads the first
+/// ones while the last ones are inflated. False when the stream does not inflate,
+/// which is logged, or holds fewer bytes; what has been written then means nothing.
+bool decodeDeflated(std::span<unsigned char> stream, float* values, std::size_t count, std::size_t workers);
 
 /// Whether base64 text of that length can hold `count` bytes.
 constexpr bool plainTextHolds(std::size_t textLength, std::size_t count) {

@@ -17,7 +17,9 @@
 #endif
 
 #if defined(JSONDEVICE_PLAIN_THREADS)
+#include <future>
 #include <thread>
+#include <utility>
 #include <vector>
 #else
 #include <dlfcn.h>
@@ -25,6 +27,7 @@
 #include <oneapi/tbb/parallel_for.h>
 #include <oneapi/tbb/partitioner.h>
 #include <oneapi/tbb/task_arena.h>
+#include <oneapi/tbb/task_group.h>
 #endif
 
 namespace JsonDevice::ImageCodec {
@@ -104,6 +107,35 @@ void forEachPiece(std::size_t pieces, std::size_t workers, const std::function<v
     if (error) {
         std::rethrow_exception(error);
     }
+}
+
+void alongside(std::size_t workers, const std::function<void(const HandOver&)>& produce) {
+    if (workers <= 1) {
+        produce([](const std::function<void()>& work) { work(); });
+        return;
+    }
+#if defined(JSONDEVICE_PLAIN_THREADS)
+    std::vector<std::future<void>> handedOver;
+    produce([&](std::function<void()> work) {
+        handedOver.push_back(std::async(std::launch::async, std::move(work)));
+    });
+    for (std::future<void>& work : handedOver) {
+        work.get();
+    }
+#else
+    static const Scheduler scheduler;
+    oneapi::tbb::this_task_arena::isolate([&] {
+        oneapi::tbb::task_group group;
+        try {
+            produce([&](const std::function<void()>& work) { group.run(work); });
+        } catch (...) {
+            group.cancel();
+            group.wait();
+            throw;
+        }
+        group.wait();
+    });
+#endif
 }
 
 }  // namespace JsonDevice::ImageCodec

@@ -18,4 +18,12 @@ std::size_t availableWorkers();
 /// reaches the caller.
 void forEachPiece(std::size_t pieces, std::size_t workers, const std::function<void(std::size_t)>& work);
 
+/// Work that is handed to other threads.
+using HandOver = std::function<void(std::function<void()>)>;
+
+/// Calls produce(handOver) on the calling thread. Each work handed over is done once,
+/// by another thread meanwhile or by the calling thread afterwards, and before this
+/// returns; with one worker it is done at once. Else as forEachPiece.
+void alongside(std::size_t workers, const std::function<void(const HandOver&)>& produce);
+
 }  // namespace JsonDevice::ImageCodec
