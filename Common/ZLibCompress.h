@@ -13,7 +13,7 @@ public:
         NoError = 0,
         /// zlib refused to initialise the stream.
         InitFailed = 1,
-        /// Inflating only: the data is larger than the output buffer.
+        /// Inflating only: the data is larger than the output buffer, or there is none.
         BufferTooSmall = 2,
         /// Anything else, deflated data that does not fit included.
         ZLibFailed = 3,
@@ -25,8 +25,9 @@ public:
     /// Inflates one zlib stream; what follows it in `in` is ignored. Logs why it failed.
     static ZLibError zLibInflate(unsigned char* in, unsigned long inLength, unsigned char* out,
                                  unsigned long outCapacity, unsigned long& outLength);
-    /// The same, and says by arrived(n), each time another `step` bytes are there and
-    /// at the end, that the first n can be used. What arrived throws reaches the caller.
+    /// The same, and says by arrived(n), each time another `step` bytes (at least 1) are
+    /// there and when no more come, that the first n can be used. What arrived throws
+    /// reaches the caller.
     static ZLibError zLibInflateInSteps(unsigned char* in, unsigned long inLength, unsigned char* out,
                                         unsigned long outCapacity, unsigned long& outLength,
                                         unsigned long step,

@@ -255,6 +255,13 @@ GrayscaleImage* JTypeGrayscaleImage::fromJsonRLECompressed(const Json::Value& va
 GrayscaleImage* JTypeGrayscaleImage::fromJsonZLibCompressed(const Json::Value& value) const {
     const Received received(value, notGrayscale);
     std::vector<unsigned char> deflated = decodeBase64(received.raster);
+    if (const std::size_t most = mostInflated(deflated.size()); received.pixels() > most) {
+        // No memory for an image that cannot come of it; inflated only for what is logged.
+        std::vector<unsigned char> bytes(most);
+        unsigned long length = 0;
+        ZLibCompress::zLibInflate(deflated.data(), deflated.size(), bytes.data(), most, length);
+        return nullptr;
+    }
     auto image = std::make_unique<RasterGrayscaleImage>(received.h, received.v, nullptr);
     if (!decodeDeflated(deflated, image->getData(), received.pixels(),
                         workersFor(received.v, received.pixels()))) {

@@ -4,7 +4,7 @@
 
 RasterGrayscaleImage::RasterGrayscaleImage() = default;
 
-RasterGrayscaleImage::RasterGrayscaleImage(int h, int v, const float* data) : h(h), v(v), memory(h, v, 1) {
+RasterGrayscaleImage::RasterGrayscaleImage(int h, int v, const float* data) : memory(h, v, 1), h(h), v(v) {
     if (data != nullptr && memory.size() != 0) {
         std::memcpy(memory.data(), data, memory.size() * sizeof(float));
     }

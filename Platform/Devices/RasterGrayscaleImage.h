@@ -34,7 +34,8 @@ private:
         assert(x >= 0 && x < h && y >= 0 && y < v);
         return static_cast<std::size_t>(y) * static_cast<std::size_t>(h) + static_cast<std::size_t>(x);
     }
+    // First, so that an assignment for which memory runs out leaves the sizes as well.
+    RasterMemory memory;
     int h = 0;
     int v = 0;
-    RasterMemory memory;
 };

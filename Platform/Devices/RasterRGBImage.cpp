@@ -5,7 +5,7 @@
 RasterRGBImage::RasterRGBImage() = default;
 
 RasterRGBImage::RasterRGBImage(int h, int v, const float* data, bool interleaved)
-    : h(h), v(v), memory(h, v, 3) {
+    : memory(h, v, 3), h(h), v(v) {
     if (data == nullptr || memory.size() == 0) {
         return;
     }

@@ -417,6 +417,29 @@ TEST(ParallelLoop, NothingToDoIsDone) {
     EXPECT_GE(availableWorkers(), 1U);
 }
 
+TEST(ParallelLoop, IsNotCancelledWithTheHostsWork) {
+    const RasterGrayscaleImage image = mixedImage(733, 611, 32);
+    const std::string expected = encoded(GrayscaleValues(image), grayscaleLimit, 1);
+    oneapi::tbb::task_group_context context;
+    bool begun = false;
+    oneapi::tbb::parallel_for(
+        0, 1,
+        [&](int) {
+            begun = true;
+            context.cancel_group_execution();
+            EXPECT_TRUE(encoded(GrayscaleValues(image), grayscaleLimit, 3) == expected);
+            std::atomic<int> done{0};
+            alongside(3, [&](const HandOver& handOver) {
+                for (int i = 0; i < 10; ++i) {
+                    handOver([&] { ++done; });
+                }
+            });
+            EXPECT_EQ(done, 10);
+        },
+        oneapi::tbb::simple_partitioner(), context);
+    EXPECT_TRUE(begun);
+}
+
 TEST(ParallelLoop, WhatIsHandedOverIsDoneOnceBeforeItReturns) {
     for (const std::size_t workers : workerCounts) {
         std::vector<std::atomic<int>> done(50);

@@ -16,6 +16,12 @@ void quantise(const ValueSource& source, std::uint8_t* bytes, std::size_t worker
 /// Writes the base64 text of those bytes: base64Length(source.values()) characters.
 void encodePlain(const ValueSource& source, char* text, std::size_t workers);
 
+/// The most bytes that so long a stream can inflate to: no code of two bits stands for
+/// more than 258 of them.
+constexpr std::size_t mostInflated(std::size_t streamLength) {
+    return streamLength * 8 / 2 * 258;
+}
+
 /// Inflates `count` bytes and turns them into values, on several threads the first
 /// ones while the last ones are inflated. False when the stream does not inflate,
 /// which is logged, or holds fewer bytes; what has been written then means nothing.

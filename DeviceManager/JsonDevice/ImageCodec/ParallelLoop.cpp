@@ -53,6 +53,17 @@ private:
 };
 #endif
 
+#if !defined(JSONDEVICE_PLAIN_THREADS)
+/// Calls body(context): the calling thread takes on no work of the host's meanwhile,
+/// and what runs under the context is not cancelled when the host's work is.
+template <class Body>
+void apartFromTheHost(Body body) {
+    static const Scheduler scheduler;
+    oneapi::tbb::task_group_context context(oneapi::tbb::task_group_context::isolated);
+    oneapi::tbb::this_task_arena::isolate([&] { body(context); });
+}
+#endif
+
 /// Calls body() on each of so many threads.
 template <class Body>
 void onWorkers(std::size_t workers, Body body) {
@@ -63,10 +74,10 @@ void onWorkers(std::size_t workers, Body body) {
     }
     body();
 #else
-    static const Scheduler scheduler;
-    oneapi::tbb::this_task_arena::isolate([&] {
+    apartFromTheHost([&](oneapi::tbb::task_group_context& context) {
         oneapi::tbb::parallel_for(
-            std::size_t{0}, workers, [&](std::size_t) { body(); }, oneapi::tbb::simple_partitioner());
+            std::size_t{0}, workers, [&](std::size_t) { body(); }, oneapi::tbb::simple_partitioner(),
+            context);
     });
 #endif
 }
@@ -123,9 +134,8 @@ void alongside(std::size_t workers, const std::function<void(const HandOver&)>& 
         work.get();
     }
 #else
-    static const Scheduler scheduler;
-    oneapi::tbb::this_task_arena::isolate([&] {
-        oneapi::tbb::task_group group;
+    apartFromTheHost([&](oneapi::tbb::task_group_context& context) {
+        oneapi::tbb::task_group group(context);
         try {
             produce([&](const std::function<void()>& work) { group.run(work); });
         } catch (...) {

@@ -14,6 +14,7 @@ std::size_t availableWorkers();
 /// piece everything happens on the calling thread. While it waits the calling
 /// thread takes on no work of the host's, so locks may be held across the call.
 ///
+/// That work of the host's around it is cancelled or fails changes nothing of this.
 /// When work throws, pieces not yet begun are left out, and the first exception
 /// reaches the caller.
 void forEachPiece(std::size_t pieces, std::size_t workers, const std::function<void(std::size_t)>& work);

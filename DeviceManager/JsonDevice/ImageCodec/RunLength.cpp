@@ -99,8 +99,9 @@ std::size_t encodeRunLength(const ValueSource& source, float limit, char* text, 
         const std::size_t end = source.pixels() * (piece + 1) / count;
         // Where it stands when nothing before it repeats: no piece is longer.
         char* const at = text + runLengthCapacity(begin * source.valuesPerPixel());
-        pieces[piece].begin = at;
-        pieces[piece].end = encodePixels(source, begin, end, limit, pieces[piece].state, at);
+        RunState state;  // not in the array, of which other threads write the neighbours
+        char* const textEnd = encodePixels(source, begin, end, limit, state, at);
+        pieces[piece] = {at, textEnd, state};
     });
     if (source.values() == 0) {
         return 0;

@@ -62,7 +62,7 @@ HWY_INLINE void fetchAhead(const void* at, std::size_t bytes) {
 /// Truncates. What is NaN or below 0 gives something below 1; nothing is as large
 /// as 2^31. Highway's own conversion takes care of larger values too, and longer.
 HWY_INLINE hn::Vec<Integers> truncated(hn::Vec<Floats> value) {
-#if HWY_TARGET == HWY_AVX3
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
     return {_mm512_cvttps_epi32(value.raw)};
 #elif HWY_TARGET == HWY_AVX2
     return {_mm256_cvttps_epi32(value.raw)};
@@ -76,7 +76,11 @@ HWY_INLINE hn::Vec<Integers> truncated(hn::Vec<Floats> value) {
 
 /// The smaller of the two; NaN when the value is.
 HWY_INLINE hn::Vec<Floats> limited(hn::Vec<Floats> value, hn::Vec<Floats> limit) {
-    return hn::Min(limit, value);  // in this order, on x86
+#if HWY_ARCH_X86
+    return hn::Min(limit, value);  // which is so in this order only
+#else
+    return hn::IfThenElse(hn::Gt(value, limit), limit, value);
+#endif
 }
 
 /// Two vectors of integers as one, in order. What is below 0 stays so.
@@ -84,7 +88,7 @@ HWY_INLINE hn::Vec<SignedTokens> joined(hn::Vec<Integers> low, hn::Vec<Integers>
 #if HWY_ARCH_X86
     // Packing goes block by block of 128 bits, and so mixes the two.
     const auto mixed = hn::ReorderDemote2To(SignedTokens(), low, high);
-#if HWY_TARGET == HWY_AVX3
+#if HWY_TARGET <= HWY_AVX3
     HWY_ALIGN static constexpr std::int32_t order[16] = {0, 1, 4, 5, 8,  9,  12, 13,
                                                          2, 3, 6, 7, 10, 11, 14, 15};
 #elif HWY_TARGET == HWY_AVX2
