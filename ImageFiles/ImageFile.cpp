@@ -13,6 +13,8 @@
 
 #include <png.h>
 
+#include "ImageFiles/FileReplacement.h"
+
 namespace ImageFiles {
 
 namespace {
@@ -314,38 +316,19 @@ void writePng(const Picture& picture, std::FILE* file, const std::string& name, 
     }
 }
 
-void writeBytes(const void* bytes, std::size_t count, std::FILE* file, const std::string& name) {
-    if (std::fwrite(bytes, 1, count, file) != count) {
-        fail(name, "cannot be written: " + systemError());
-    }
-}
-
-void writePgm(const Picture& picture, std::FILE* file, const std::string& name, int bits) {
-    if (picture.channels != 1) {
-        fail(name, "a PGM holds no colour; write a PNG or a PFM");
-    }
-    const std::string header = mapHeader("P5", picture, bits == 16 ? "65535" : "255");
-    writeBytes(header.data(), header.size(), file, name);
+void writePgm(const Picture& picture, std::FILE* file, int bits) {
+    writeBytes(mapHeader("P5", picture, bits == 16 ? "65535" : "255"), file);
     const std::vector<unsigned char> samples = samplesOf(picture, bits);
-    writeBytes(samples.data(), samples.size(), file, name);
+    writeBytes({reinterpret_cast<const char*>(samples.data()), samples.size()}, file);
 }
 
-void writePfm(const Picture& picture, std::FILE* file, const std::string& name) {
+void writePfm(const Picture& picture, std::FILE* file) {
     const bool little = std::endian::native == std::endian::little;
-    const std::string header =
-        mapHeader(picture.channels == 3 ? "PF" : "Pf", picture, little ? "-1.0" : "1.0");
-    writeBytes(header.data(), header.size(), file, name);
+    writeBytes(mapHeader(picture.channels == 3 ? "PF" : "Pf", picture, little ? "-1.0" : "1.0"), file);
     const std::size_t row = picture.values.size() / static_cast<std::size_t>(picture.height);
     for (std::size_t y = static_cast<std::size_t>(picture.height); y-- > 0;) {
-        writeBytes(picture.values.data() + y * row, row * sizeof(float), file, name);
-    }
-}
-
-/// Removes what was written half way; a device or a pipe stays.
-void removeFile(const std::filesystem::path& path) {
-    std::error_code ignored;
-    if (std::filesystem::is_regular_file(path, ignored)) {
-        std::filesystem::remove(path, ignored);
+        const float* const values = picture.values.data() + y * row;
+        writeBytes({reinterpret_cast<const char*>(values), row * sizeof(float)}, file);
     }
 }
 
@@ -430,31 +413,25 @@ void writePicture(const Picture& picture, const std::filesystem::path& path, int
     if (picture.width < 1 || picture.height < 1) {
         fail(name, "an image without pixels cannot be written");
     }
-    std::FILE* const file = std::fopen(name.c_str(), "wb");
-    if (file == nullptr) {
-        fail(name, "cannot be written: " + systemError());
+    if (format == Format::Pgm && picture.channels != 1) {
+        fail(name, "a PGM holds no colour; write a PNG or a PFM");
     }
     try {
-        switch (format) {
-            case Format::Png:
-                writePng(picture, file, name, bits);
-                break;
-            case Format::Pgm:
-                writePgm(picture, file, name, bits);
-                break;
-            case Format::Pfm:
-                writePfm(picture, file, name);
-                break;
-        }
-    } catch (...) {
-        std::fclose(file);
-        removeFile(path);
-        throw;
-    }
-    if (std::fclose(file) != 0) {
-        const std::string reason = systemError();
-        removeFile(path);
-        fail(name, "cannot be written: " + reason);
+        replaceFile(path, [&](std::FILE* file) {
+            switch (format) {
+                case Format::Png:
+                    writePng(picture, file, name, bits);
+                    break;
+                case Format::Pgm:
+                    writePgm(picture, file, bits);
+                    break;
+                case Format::Pfm:
+                    writePfm(picture, file);
+                    break;
+            }
+        });
+    } catch (const std::system_error& error) {
+        fail(name, "cannot be written: " + error.code().message());
     }
 }
 

@@ -54,7 +54,7 @@ Picture parsePicture(std::string_view content, const std::string& name,
 /// Writes a file in the format of its extension; `bits` (8 or 16) a sample for PNG
 /// and PGM, for which values are limited to 0..1, scaled and rounded, NaN as 0. A
 /// colour picture does not go into a PGM. Throws ImageFileError. What was there is
-/// replaced; a file is removed when writing it fails half way.
+/// replaced whole or, when that fails, not at all (see replaceFile).
 void writePicture(const Picture& picture, const std::filesystem::path& file, int bits = 16);
 
 }  // namespace ImageFiles

@@ -1,33 +1,20 @@
 #include "Tools/OutputFiles.h"
 
-#include <cerrno>
-#include <filesystem>
-#include <fstream>
+#include <cstdio>
 #include <system_error>
 
+#include "ImageFiles/FileReplacement.h"
 #include "Tools/Failure.h"
 #include "Tools/Format.h"
 
 namespace Tool {
 
 void writeFile(const std::string& path, std::string_view content) {
-    // Beside it first, so that a file that is there is replaced whole or not at all.
-    const std::string part = path + ".part";
-    errno = 0;
-    std::ofstream file(part, std::ios::binary | std::ios::trunc);
-    file << content << std::flush;
-    file.close();
-    std::error_code error;
-    if (!file) {
-        error = {errno, std::generic_category()};
-    } else {
-        std::filesystem::rename(part, path, error);
-    }
-    if (error) {
-        std::error_code ignored;
-        std::filesystem::remove(part, ignored);
+    try {
+        ImageFiles::replaceFile(path, [&](std::FILE* file) { ImageFiles::writeBytes(content, file); });
+    } catch (const std::system_error& e) {
         throw FailureException(
-            {ExitStatus::cannotWrite, "cannot write " + inQuotes(path) + ": " + error.message()});
+            {ExitStatus::cannotWrite, "cannot write " + inQuotes(path) + ": " + e.code().message()});
     }
 }
 

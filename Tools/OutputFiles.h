@@ -8,8 +8,8 @@
 /// Files that commands write what a device sent into.
 namespace Tool {
 
-/// Replaces a file that is there whole, or not at all. Throws FailureException
-/// when it cannot be written.
+/// Replaces a file that is there whole, or not at all (see ImageFiles::replaceFile).
+/// Throws FailureException when it cannot be written.
 void writeFile(const std::string& path, std::string_view content);
 
 /// The paths that the devices of one command have taken, so that none writes

@@ -1,4 +1,5 @@
 #include <cmath>
+#include <csignal>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -8,7 +9,11 @@
 #include <string>
 #include <vector>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "ImageFiles/ImageFile.h"
 #include "Platform/Devices/RasterGrayscaleImage.h"
@@ -30,8 +35,41 @@ protected:
         return std::string(std::istreambuf_iterator<char>(file), {});
     }
 
+    std::size_t filesInFolder() const {
+        return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
+    }
+
     std::filesystem::path folder;
 };
+
+/// As on a full disk, no file grows beyond so many bytes.
+class FullDisk {
+public:
+    explicit FullDisk(rlim_t bytes) : previousHandler(std::signal(SIGXFSZ, SIG_IGN)) {
+        ::getrlimit(RLIMIT_FSIZE, &previous);
+        const rlimit limited{bytes, previous.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limited);
+    }
+    FullDisk(const FullDisk&) = delete;
+    FullDisk& operator=(const FullDisk&) = delete;
+    ~FullDisk() {
+        ::setrlimit(RLIMIT_FSIZE, &previous);
+        std::signal(SIGXFSZ, previousHandler);
+    }
+
+private:
+    rlimit previous{};
+    void (*previousHandler)(int);
+};
+
+Picture noise(int width, int height, int channels) {
+    Picture picture(width, height, channels);
+    std::mt19937 random(1);
+    for (float& value : picture.values) {
+        value = static_cast<float>(random() % 65536) / 65535;
+    }
+    return picture;
+}
 
 Picture colours(int channels) {
     Picture picture(17, 9, channels);
@@ -41,13 +79,19 @@ Picture colours(int channels) {
     return picture;
 }
 
-std::string errorOf(const std::string& content, std::size_t maximumPixels = 1000000) {
+/// What an action says of a file that it cannot read or write.
+template <class Action>
+std::string errorOfAction(const Action& action) {
     try {
-        parsePicture(content, "file", maximumPixels);
+        action();
     } catch (const ImageFileError& error) {
         return error.what();
     }
     return "";
+}
+
+std::string errorOf(const std::string& content, std::size_t maximumPixels = 1000000) {
+    return errorOfAction([&] { parsePicture(content, "file", maximumPixels); });
 }
 
 TEST_F(ImageFile, EveryFormatComesBack) {
@@ -168,41 +212,110 @@ TEST_F(ImageFile, APngThatClaimsMoreThanItCanHoldIsRefused) {
 }
 
 TEST_F(ImageFile, SaysWhyAFileCannotBeReadOrWritten) {
-    const auto message = [](auto action) {
-        try {
-            action();
-        } catch (const ImageFileError& error) {
-            return std::string(error.what());
-        }
-        return std::string();
-    };
     const std::string missing = (folder / "missing.png").string();
-    EXPECT_EQ(message([&] { readPicture(missing); }),
+    EXPECT_EQ(errorOfAction([&] { readPicture(missing); }),
               missing + ": cannot be opened: No such file or directory");
-    EXPECT_EQ(message([&] { readPicture(folder); }), folder.string() + ": is a folder");
+    EXPECT_EQ(errorOfAction([&] { readPicture(folder); }), folder.string() + ": is a folder");
     const std::string nowhere = (folder / "none" / "a.png").string();
-    EXPECT_EQ(message([&] { writePicture(colours(1), nowhere); }),
+    EXPECT_EQ(errorOfAction([&] { writePicture(colours(1), nowhere); }),
               nowhere + ": cannot be written: No such file or directory");
     const std::string colour = (folder / "a.pgm").string();
-    EXPECT_EQ(message([&] { writePicture(colours(3), colour); }),
+    EXPECT_EQ(errorOfAction([&] { writePicture(colours(3), colour); }),
               colour + ": a PGM holds no colour; write a PNG or a PFM");
     EXPECT_FALSE(std::filesystem::exists(colour));
-    EXPECT_EQ(message([&] { writePicture(colours(1), "picture.jpg"); }),
+    EXPECT_EQ(errorOfAction([&] { writePicture(colours(1), "picture.jpg"); }),
               "picture.jpg: the name must end in .png, .pgm or .pfm");
-    EXPECT_NE(message([&] { writePicture(colours(1), folder / "a.png", 12); }), "");
-    EXPECT_NE(message([&] { writePicture(Picture(), folder / "a.png"); }), "");
+    EXPECT_NE(errorOfAction([&] { writePicture(colours(1), folder / "a.png", 12); }), "");
+    EXPECT_NE(errorOfAction([&] { writePicture(Picture(), folder / "a.png"); }), "");
+}
+
+TEST_F(ImageFile, WhatWasThereStaysWhenANewOneCannotBeWritten) {
+    const auto precious = [&](const char* name) {
+        std::ofstream(folder / name, std::ios::binary) << "precious";
+        return folder / name;
+    };
+    const std::filesystem::path colour = precious("colour.pgm");
+    EXPECT_EQ(errorOfAction([&] { writePicture(colours(3), colour); }),
+              colour.string() + ": a PGM holds no colour; write a PNG or a PFM");
+    EXPECT_EQ(content(colour), "precious");
+    for (const char* const name : {"a.png", "a.pgm", "a.pfm"}) {
+        // Larger than what is kept back until the file is closed, and smaller.
+        for (const int size : {100, 20}) {
+            const std::filesystem::path file = precious(name);
+            const Picture picture = noise(size, size, 1);
+            std::string error;
+            {
+                const FullDisk full(100);
+                error = errorOfAction([&] { writePicture(picture, file); });
+            }
+            EXPECT_EQ(error.rfind(file.string() + ": cannot be written: ", 0), 0U) << error;
+            EXPECT_EQ(content(file), "precious");
+        }
+    }
+    EXPECT_EQ(filesInFolder(), 4U);
+}
+
+TEST_F(ImageFile, AFileIsReplacedWithItsModeAndNothingIsLeftBesideIt) {
+    writePicture(noise(100, 100, 3), folder / "a.png");
+    ASSERT_EQ(::chmod((folder / "a.png").c_str(), 0640), 0);
+    writePicture(colours(1), folder / "a.png");
+    EXPECT_EQ(readPicture(folder / "a.png").width, 17);
+    EXPECT_EQ(std::filesystem::status(folder / "a.png").permissions(), std::filesystem::perms(0640));
+    EXPECT_EQ(filesInFolder(), 1U);
+}
+
+TEST_F(ImageFile, AWriteProtectedFileStays) {
+    if (::geteuid() == 0) {
+        GTEST_SKIP() << "nothing is write-protected for root";
+    }
+    writePicture(noise(10, 10, 1), folder / "a.png");
+    ASSERT_EQ(::chmod((folder / "a.png").c_str(), 0444), 0);
+    EXPECT_EQ(errorOfAction([&] { writePicture(colours(1), folder / "a.png"); }),
+              (folder / "a.png").string() + ": cannot be written: Permission denied");
+    EXPECT_EQ(readPicture(folder / "a.png").width, 10);
+}
+
+TEST_F(ImageFile, IsWrittenWhereALinkLeads) {
+    std::filesystem::create_directories(folder / "elsewhere");
+    std::filesystem::create_symlink("elsewhere/real.png", folder / "second.png");
+    std::filesystem::create_symlink(folder / "second.png", folder / "a.png");
+    for (const int channels : {1, 3}) {  // to nowhere yet, and to a file
+        writePicture(colours(channels), folder / "a.png");
+        EXPECT_TRUE(std::filesystem::is_symlink(folder / "a.png"));
+        EXPECT_TRUE(std::filesystem::is_symlink(folder / "second.png"));
+        EXPECT_EQ(readPicture(folder / "elsewhere" / "real.png").channels, channels);
+    }
+    std::filesystem::create_symlink("round.png", folder / "round.png");
+    EXPECT_NE(errorOfAction([&] { writePicture(colours(1), folder / "round.png"); }), "");
+}
+
+TEST_F(ImageFile, DevicesAndOpenFilesAreWrittenAndNotReplaced) {
+    std::filesystem::create_symlink("/dev/null", folder / "null.pgm");
+    writePicture(colours(1), folder / "null.pgm");
+    EXPECT_TRUE(std::filesystem::is_character_file(folder / "null.pgm"));
+
+    std::filesystem::create_symlink("/dev/full", folder / "full.pgm");
+    EXPECT_EQ(errorOfAction([&] { writePicture(colours(1), folder / "full.pgm"); }),
+              (folder / "full.pgm").string() + ": cannot be written: No space left on device");
+    EXPECT_TRUE(std::filesystem::is_symlink(folder / "full.pgm"));
+
+    // As /dev/stdout is where the standard output goes to a file.
+    const int file = ::open((folder / "output").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    ASSERT_GE(file, 0);
+    std::filesystem::create_symlink("/dev/fd/" + std::to_string(file), folder / "open.pgm");
+    writePicture(colours(1), folder / "open.pgm", 8);
+    struct stat status {};
+    EXPECT_EQ(::fstat(file, &status), 0);
+    ::close(file);
+    EXPECT_EQ(status.st_nlink, 1U);
+    EXPECT_EQ(content(folder / "output").substr(0, 12), "P5\n17 9\n255\n");
 }
 
 TEST_F(ImageFile, AFileLongerThanItsPictureMayBeIsNotReadToItsEnd) {
     std::ofstream(folder / "a.pgm", std::ios::binary) << "P5\n1 1\n255\nx";
     std::filesystem::resize_file(folder / "a.pgm", std::uintmax_t{1} << 30);  // sparse
-    try {
-        readPicture(folder / "a.pgm", 100);
-        FAIL();
-    } catch (const ImageFileError& error) {
-        EXPECT_EQ(error.what(),
-                  (folder / "a.pgm").string() + ": the file is too large: more than 67110064 bytes");
-    }
+    EXPECT_EQ(errorOfAction([&] { readPicture(folder / "a.pgm", 100); }),
+              (folder / "a.pgm").string() + ": the file is too large: more than 67110064 bytes");
 }
 
 }  // namespace

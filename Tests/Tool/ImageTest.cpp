@@ -130,4 +130,12 @@ TEST_F(ImageCommand, RefusesWhatIsNoPictureInOneClearLine) {
         74);
 }
 
+TEST_F(ImageCommand, AFileThatIsThereStaysWhenThePictureDoesNotGoIntoIt) {
+    const std::string file = written("precious.pgm", "precious");
+    const Ended ended = run({"decode", "-", file}, R"({"h":2,"v":1,"raster":"gA/F"})");
+    EXPECT_EQ(ended.status, 74);
+    EXPECT_THAT(ended.errors, HasSubstr("a PGM holds no colour; write a PNG or a PFM"));
+    EXPECT_EQ(std::filesystem::file_size(file), 8U);
+}
+
 }  // namespace
