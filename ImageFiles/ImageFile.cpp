@@ -27,6 +27,16 @@ std::string systemError() {
     return std::error_code(errno, std::generic_category()).message();
 }
 
+/// What a file may have beside its pixels, of which none takes more than three floats.
+constexpr std::size_t bytesBesidePixels = std::size_t{64} << 20;
+constexpr std::size_t bytesPerPixel = 3 * sizeof(float);
+
+/// So many pixels, or as many as have bytes that can be counted.
+std::size_t countable(std::size_t maximumPixels) {
+    constexpr std::size_t most = std::numeric_limits<std::size_t>::max();
+    return std::min(maximumPixels, (most - bytesBesidePixels) / bytesPerPixel);
+}
+
 std::size_t pixelsOf(std::size_t width, std::size_t height, const std::string& name,
                      std::size_t maximumPixels) {
     constexpr std::size_t largest = std::numeric_limits<int>::max();
@@ -332,6 +342,20 @@ void writePfm(const Picture& picture, std::FILE* file) {
     }
 }
 
+/// By the first bytes.
+Format formatOf(std::string_view content, const std::string& name) {
+    if (content.starts_with("\x89PNG\r\n\x1A\n")) {
+        return Format::Png;
+    }
+    if (content.starts_with("P5")) {
+        return Format::Pgm;
+    }
+    if (content.starts_with("Pf") || content.starts_with("PF")) {
+        return Format::Pfm;
+    }
+    fail(name, content.empty() ? "the file is empty" : "neither a PNG nor a binary PGM nor a PFM");
+}
+
 std::string contentOf(const std::filesystem::path& path, const std::string& name, std::size_t maximumPixels) {
     std::error_code error;
     if (std::filesystem::is_directory(path, error)) {
@@ -342,14 +366,23 @@ std::string contentOf(const std::filesystem::path& path, const std::string& name
     if (!file) {
         fail(name, "cannot be opened: " + systemError());
     }
-    // No file of a picture of that size is longer: three floats a pixel, a header, and
-    // whatever else a PNG may carry.
-    const std::size_t longest = maximumPixels * 12 + (std::size_t{64} << 20);
+    // No file of a picture of that size is longer.
+    const std::size_t longest = countable(maximumPixels) * bytesPerPixel + bytesBesidePixels;
+    const auto requireLength = [&](std::uintmax_t length) {
+        if (length > longest) {
+            fail(name, "the file is too large: more than " + std::to_string(longest) + " bytes");
+        }
+    };
+    const std::uintmax_t size = std::filesystem::file_size(path, error);
+    const std::uintmax_t known = error ? 0 : size;  // of a device, nothing
+    requireLength(known);
     std::string content;
     std::vector<char> buffer(std::size_t{1} << 20);
     while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), file.get())) {
-        if (content.size() + count > longest) {
-            fail(name, "the file is too large: more than " + std::to_string(longest) + " bytes");
+        requireLength(content.size() + count);
+        if (content.empty()) {
+            formatOf({buffer.data(), count}, name);  // refuses what is no picture
+            content.reserve(static_cast<std::size_t>(known));
         }
         content.append(buffer.data(), count);
     }
@@ -386,17 +419,16 @@ Format formatFor(const std::filesystem::path& file) {
 }
 
 Picture parsePicture(std::string_view content, const std::string& name, std::size_t maximumPixels) {
-    const auto startsWith = [&](std::string_view magic) { return content.substr(0, magic.size()) == magic; };
-    if (startsWith("\x89PNG\r\n\x1A\n")) {
-        return PngReader(content, name).read(maximumPixels);
+    const std::size_t most = countable(maximumPixels);
+    switch (formatOf(content, name)) {
+        case Format::Png:
+            return PngReader(content, name).read(most);
+        case Format::Pgm:
+            return parsePgm(content, name, most);
+        case Format::Pfm:
+            return parsePfm(content, name, most);
     }
-    if (startsWith("P5")) {
-        return parsePgm(content, name, maximumPixels);
-    }
-    if (startsWith("Pf") || startsWith("PF")) {
-        return parsePfm(content, name, maximumPixels);
-    }
-    fail(name, content.empty() ? "the file is empty" : "neither a PNG nor a binary PGM nor a PFM");
+    return {};
 }
 
 Picture readPicture(const std::filesystem::path& file, std::size_t maximumPixels) {

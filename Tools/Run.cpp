@@ -7,6 +7,7 @@
 #include <exception>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <thread>
 
@@ -281,6 +282,14 @@ int run(int argc, const char* const* argv) {
     const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
     Console console;
     Diagnostics diagnostics(console);
+    const auto tell = [&](const Failure& failure) {
+        if (failure.status != ExitStatus::cannotWrite && hasOption(arguments, "--json")) {
+            console.data(jsonText(document("", failure), true) + "\n");
+        } else if (failure.status != ExitStatus::cannotWrite || !failure.message.empty()) {
+            console.error(failure.message);
+        }
+        return static_cast<int>(failure.status);
+    };
     try {
         try {
             JsonDevice::Vocabulary::registerAllTypes();
@@ -296,13 +305,10 @@ int run(int argc, const char* const* argv) {
             }
             return static_cast<int>(carryOut(line, console, diagnostics));
         } catch (const FailureException& e) {
-            const Failure& failure = e.get();
-            if (failure.status != ExitStatus::cannotWrite && hasOption(arguments, "--json")) {
-                console.data(jsonText(document("", failure), true) + "\n");
-            } else if (failure.status != ExitStatus::cannotWrite || !failure.message.empty()) {
-                console.error(failure.message);
-            }
-            return static_cast<int>(failure.status);
+            return tell(e.get());
+        } catch (const std::bad_alloc&) {
+            // Of what the tool does alone, only a file that it reads takes so much.
+            return tell({ExitStatus::usage, "there is not enough memory for this"});
         }
     } catch (const FailureException& e) {
         if (!e.get().message.empty()) {

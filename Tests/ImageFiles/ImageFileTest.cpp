@@ -7,6 +7,7 @@
 #include <limits>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <fcntl.h>
@@ -311,9 +312,49 @@ TEST_F(ImageFile, DevicesAndOpenFilesAreWrittenAndNotReplaced) {
     EXPECT_EQ(content(folder / "output").substr(0, 12), "P5\n17 9\n255\n");
 }
 
+TEST_F(ImageFile, WhatIsNoPictureIsNotReadToItsEnd) {
+    EXPECT_EQ(errorOfAction([] { readPicture("/dev/zero", 1000); }),
+              "/dev/zero: neither a PNG nor a binary PGM nor a PFM");
+}
+
+TEST_F(ImageFile, APictureWithoutAnEndIsNotReadForEver) {
+    int ends[2];
+    ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+    auto* const previous = std::signal(SIGPIPE, SIG_IGN);
+    std::thread writer([file = ends[1]] {
+        std::string block = "P5\n1 1\n255\n";
+        while (::write(file, block.data(), block.size()) > 0) {
+            block.assign(65536, 'x');
+        }
+        ::close(file);
+    });
+    const std::string file = "/dev/fd/" + std::to_string(ends[0]);
+    EXPECT_EQ(errorOfAction([&] { readPicture(file, 100); }),
+              file + ": the file is too large: more than 67110064 bytes");
+    ::close(ends[0]);
+    writer.join();
+    std::signal(SIGPIPE, previous);
+}
+
+TEST_F(ImageFile, ALimitOfPixelsMayBeAnyNumber) {
+    constexpr std::size_t most = std::numeric_limits<std::size_t>::max();
+    writePicture(colours(3), folder / "a.pfm");
+    // Counted in 64 bits, the longest file for the second has no bytes.
+    for (const std::size_t limit : {most, (most - (std::size_t{1} << 26)) / 12 + 1}) {
+        EXPECT_EQ(errorOfAction([&] { readPicture(folder / "a.pfm", limit); }), "");
+        // Likewise these pixels take 1832 bytes.
+        EXPECT_NE(errorOf("PF\n1083759982 1418421697\n-1\n" + std::string(2000, 'x'), limit), "");
+    }
+}
+
 TEST_F(ImageFile, AFileLongerThanItsPictureMayBeIsNotReadToItsEnd) {
     std::ofstream(folder / "a.pgm", std::ios::binary) << "P5\n1 1\n255\nx";
     std::filesystem::resize_file(folder / "a.pgm", std::uintmax_t{1} << 30);  // sparse
+    EXPECT_EQ(errorOfAction([&] { readPicture(folder / "a.pgm", 100); }),
+              (folder / "a.pgm").string() + ": the file is too large: more than 67110064 bytes");
+    // The size is looked at before the content.
+    std::ofstream(folder / "a.pgm", std::ios::binary) << "no picture";
+    std::filesystem::resize_file(folder / "a.pgm", std::uintmax_t{1} << 30);
     EXPECT_EQ(errorOfAction([&] { readPicture(folder / "a.pgm", 100); }),
               (folder / "a.pgm").string() + ": the file is too large: more than 67110064 bytes");
 }

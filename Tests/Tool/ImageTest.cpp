@@ -36,6 +36,15 @@ protected:
         const int status = process.wait();
         return {status, process.output(), process.errors()};
     }
+    /// With limits that the shell's ulimit sets.
+    static Ended runWithin(const std::string& limits, std::vector<std::string> arguments,
+                           const std::string& input = "") {
+        arguments.insert(arguments.begin(),
+                         {"-c", "ulimit " + limits + R"( && exec "$0" image "$@")", JSONDEVICE_TOOL});
+        Process process("/bin/sh", arguments, {.standardInput = input});
+        const int status = process.wait();
+        return {status, process.output(), process.errors()};
+    }
     std::string path(const char* name) const { return (folder / name).string(); }
     std::string written(const char* name, const std::string& text) const {
         std::ofstream(folder / name, std::ios::binary) << text;
@@ -136,6 +145,22 @@ TEST_F(ImageCommand, AFileThatIsThereStaysWhenThePictureDoesNotGoIntoIt) {
     EXPECT_EQ(ended.status, 74);
     EXPECT_THAT(ended.errors, HasSubstr("a PGM holds no colour; write a PNG or a PFM"));
     EXPECT_EQ(std::filesystem::file_size(file), 8U);
+}
+
+TEST_F(ImageCommand, WhatTheMemoryDoesNotHoldIsAnErrorLikeOthers) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "sanitizers take more address space than there is memory";
+#endif
+    const std::string file = written("large.pgm", "P5\n16000 16000\n65535\n");
+    std::filesystem::resize_file(file, 530000000);  // sparse
+    const Ended ended = runWithin("-v 500000", {"info", file});
+    EXPECT_EQ(ended.status, 2);
+    EXPECT_EQ(ended.output, "");
+    EXPECT_EQ(ended.errors, "error: there is not enough memory for this\n");
+    const Ended json = runWithin("-v 500000", {"--json", "info", file});
+    EXPECT_EQ(json.status, 2);
+    EXPECT_EQ(document(json.output)["error"]["exitStatus"].asInt(), 2);
+    EXPECT_EQ(json.errors, "");
 }
 
 }  // namespace
