@@ -13,6 +13,7 @@
 
 #include <png.h>
 
+#include "Common/NumberText.h"
 #include "ImageFiles/FileReplacement.h"
 
 namespace ImageFiles {
@@ -63,7 +64,7 @@ public:
     Header(std::string_view content, const std::string& name) : content(content), name(name) {}
 
     /// The next word, behind white space and comments; one white-space character
-    /// behind it is taken too.
+    /// behind it is taken too, or a comment with the end of its line.
     std::string_view word() {
         for (;;) {
             while (at < content.size() && isSpace(content[at])) {
@@ -72,33 +73,41 @@ public:
             if (at == content.size() || content[at] != '#') {
                 break;
             }
-            at = std::min(content.find('\n', at), content.size());
+            skipComment();
         }
         const std::size_t begin = at;
-        while (at < content.size() && !isSpace(content[at])) {
+        while (at < content.size() && !isSpace(content[at]) && content[at] != '#') {
             ++at;
         }
-        if (begin == at || at == content.size() || at - begin > 40) {
-            fail(name, "the header is broken");
+        const std::string_view word = content.substr(begin, at - begin);
+        if (at < content.size() && content[at] == '#') {
+            skipComment();
         }
-        return content.substr(begin, at++ - begin);
+        if (word.empty() || at == content.size() || word.size() > 40) {
+            refuse();
+        }
+        ++at;
+        return word;
     }
     std::size_t number() {
         std::size_t value = 0;
         for (const char digit : word()) {
             if (digit < '0' || digit > '9' || value > 1U << 31) {
-                fail(name, "the header is broken");
+                refuse();
             }
             value = 10 * value + static_cast<std::size_t>(digit - '0');
         }
         return value;
     }
     std::string_view rest() const { return content.substr(at); }
+    [[noreturn]] void refuse() const { fail(name, "the header is broken"); }
 
 private:
     static bool isSpace(char character) {
         return character == ' ' || (character >= '\t' && character <= '\r');
     }
+    void skipComment() { at = std::min(content.find('\n', at), content.size()); }
+
     std::string_view content;
     const std::string& name;
     std::size_t at = 0;
@@ -113,7 +122,9 @@ void requireBytes(std::string_view data, std::size_t wanted, const std::string& 
 
 Picture parsePgm(std::string_view content, const std::string& name, std::size_t maximumPixels) {
     Header header(content, name);
-    header.word();
+    if (header.word() != "P5") {
+        header.refuse();
+    }
     const std::size_t width = header.number();
     const std::size_t height = header.number();
     const std::size_t maximum = header.number();
@@ -134,13 +145,25 @@ Picture parsePgm(std::string_view content, const std::string& name, std::size_t 
 }
 
 /// A PFM holds its rows from the bottom; a negative scale says that the least
-/// significant byte of a float comes first.
+/// significant byte of a float comes first. How large the scale is has no meaning here.
 Picture parsePfm(std::string_view content, const std::string& name, std::size_t maximumPixels) {
     Header header(content, name);
-    const std::size_t channels = header.word() == "PF" ? 3 : 1;
+    const std::string_view magic = header.word();
+    if (magic != "PF" && magic != "Pf") {
+        header.refuse();
+    }
+    const std::size_t channels = magic == "PF" ? 3 : 1;
     const std::size_t width = header.number();
     const std::size_t height = header.number();
-    const bool littleEndian = header.word().front() == '-';
+    std::string_view scaleText = header.word();
+    if (scaleText.starts_with("+") && !scaleText.starts_with("+-")) {
+        scaleText.remove_prefix(1);
+    }
+    const float scale = readNumber<float>(scaleText).value_or(0.0F);
+    if (scale == 0.0F) {
+        header.refuse();
+    }
+    const bool littleEndian = scale < 0.0F;
     const std::size_t pixels = pixelsOf(width, height, name, maximumPixels);
     const std::string_view data = header.rest();
     requireBytes(data, pixels * channels * sizeof(float), name);
@@ -214,7 +237,8 @@ public:
         const std::size_t pixels = pixelsOf(width, height, name, maximumPixels);
         // Deflate makes data at most about a thousandth as large: what claims more
         // pixels than the file can hold is refused before memory is spent on it.
-        if (pixels / 8 > session.content.size() * 1100) {
+        const std::size_t bits = std::size_t{png_get_bit_depth(png, info)} * png_get_channels(png, info);
+        if (pixels / 8 * bits > session.content.size() * 1100) {
             fail(name, "broken PNG: the file is too short for an image of " + std::to_string(width) + " x " +
                            std::to_string(height));
         }

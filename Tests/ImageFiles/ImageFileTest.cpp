@@ -145,6 +145,7 @@ TEST_F(ImageFile, ReadsWhatAnImageExports) {
 TEST(ImageFileParsing, PortableMapsMayHoldComments) {
     const Picture picture = parsePicture("P5 # made by hand\n# 3 by 1\n3\t1 # and\n200\nA\x64\xC8", "file");
     EXPECT_EQ(picture.values, (std::vector<float>{65 / 200.0F, 0.5F, 1.0F}));
+    EXPECT_EQ(parsePicture("P5#made by hand\n3#by\n1\n200#\nA\x64\xC8", "file").values, picture.values);
 }
 
 TEST(ImageFileParsing, FloatMapsAreReadInBothByteOrdersFromTheBottom) {
@@ -157,6 +158,16 @@ TEST(ImageFileParsing, SaysWhatIsWrong) {
     EXPECT_EQ(errorOf(""), "file: the file is empty");
     EXPECT_EQ(errorOf("GIF89a"), "file: neither a PNG nor a binary PGM nor a PFM");
     EXPECT_EQ(errorOf("P5"), "file: the header is broken");
+    EXPECT_EQ(errorOf("P5xyz\n1 1\n255\nx"), "file: the header is broken");
+    EXPECT_EQ(errorOf("Pfx\n1 1\n-1.0\nabcd"), "file: the header is broken");
+    EXPECT_EQ(errorOf("PF3\n1 1\n-1.0\nabcdabcdabcd"), "file: the header is broken");
+    for (const char* const scale : {"abc", "-", "-x", "1.0x", "0", "-0.0", "nan", "-inf", "1,5", "+-1"}) {
+        EXPECT_EQ(errorOf("Pf\n1 1\n" + std::string(scale) + "\nabcd"), "file: the header is broken")
+            << scale;
+    }
+    for (const char* const scale : {"1", "-1", "-1.0", "+1.0", "2.5e-1", "-.5"}) {
+        EXPECT_EQ(errorOf("Pf\n1 1\n" + std::string(scale) + "\nabcd"), "") << scale;
+    }
     EXPECT_EQ(errorOf("P5\n3 x\n255\n"), "file: the header is broken");
     EXPECT_EQ(errorOf("P5\n3 -1\n255\n"), "file: the header is broken");
     EXPECT_EQ(errorOf("P5\n99999999999999999999 1\n255\n"), "file: the header is broken");
@@ -187,17 +198,17 @@ TEST_F(ImageFile, EveryTruncationAndManyDamagesOfAPngAreErrorsOrPictures) {
     }
 }
 
-TEST_F(ImageFile, APngThatClaimsMoreThanItCanHoldIsRefused) {
-    writePicture(Picture(1, 1, 1), folder / "a.png", 8);
-    std::string png = content(folder / "a.png");
-    // The sizes, and the check sum that goes with them.
+/// The PNG with other sizes and samples in its header, and the check sum that goes with them.
+std::string withHeader(std::string png, std::uint32_t width, std::uint32_t height, char bits, char type) {
     const auto put = [&](std::size_t at, std::uint32_t word) {
         for (int i = 0; i < 4; ++i) {
             png[at + static_cast<std::size_t>(i)] = static_cast<char>(word >> (24 - 8 * i));
         }
     };
-    put(16, 16000);
-    put(20, 16000);
+    put(16, width);
+    put(20, height);
+    png[24] = bits;
+    png[25] = type;
     std::uint32_t sum = 0xFFFFFFFF;
     for (std::size_t i = 12; i < 29; ++i) {
         sum ^= static_cast<unsigned char>(png[i]);
@@ -206,10 +217,30 @@ TEST_F(ImageFile, APngThatClaimsMoreThanItCanHoldIsRefused) {
         }
     }
     put(29, ~sum);
-    EXPECT_EQ(errorOf(png, std::size_t{1} << 28),
+    return png;
+}
+
+TEST_F(ImageFile, APngThatClaimsMoreThanItCanHoldIsRefused) {
+    writePicture(Picture(1, 1, 1), folder / "a.png", 8);
+    const std::string png = content(folder / "a.png");
+    const std::string large = withHeader(png, 16000, 16000, 8, 0);
+    EXPECT_EQ(errorOf(large, std::size_t{1} << 28),
               "file: broken PNG: the file is too short for an image of 16000 x 16000");
-    EXPECT_EQ(errorOf(png, 1000000),
+    EXPECT_EQ(errorOf(large, 1000000),
               "file: the image is too large: 16000 x 16000, and at most 1000000 pixels are read");
+    // Enough bytes for so many pixels of one bit, and not of 48.
+    EXPECT_EQ(errorOf(withHeader(png, 16384, 16384, 16, 2) + std::string(31000, 'x'), std::size_t{1} << 28),
+              "file: broken PNG: the file is too short for an image of 16384 x 16384");
+}
+
+TEST_F(ImageFile, APngThatDeflateMadeAsSmallAsItCanIsRead) {
+    for (const int channels : {1, 3}) {
+        for (const int bits : {8, 16}) {
+            const Picture black(3000, 2000, channels);
+            writePicture(black, folder / "a.png", bits);
+            EXPECT_EQ(readPicture(folder / "a.png").values, black.values);
+        }
+    }
 }
 
 TEST_F(ImageFile, SaysWhyAFileCannotBeReadOrWritten) {
