@@ -147,6 +147,16 @@ TEST_F(ImageCommand, AFileThatIsThereStaysWhenThePictureDoesNotGoIntoIt) {
     EXPECT_EQ(std::filesystem::file_size(file), 8U);
 }
 
+TEST_F(ImageCommand, AnImageWithoutPixelsIsRefusedAtOnce) {
+    for (const char* const json : {R"({"h":0,"v":2147483647,"raster":"","compression":"RLE"})",
+                                   R"({"h":0,"v":2147483647,"raster":""})",
+                                   R"({"h":2147483647,"v":0,"raster":"","compression":"none"})"}) {
+        const Ended ended = runWithin("-t 3", {"decode", "-", path("a.png")}, json);
+        EXPECT_EQ(ended.status, 74) << json;
+        EXPECT_THAT(ended.errors, HasSubstr("an image without pixels cannot be written"));
+    }
+}
+
 TEST_F(ImageCommand, WhatTheMemoryDoesNotHoldIsAnErrorLikeOthers) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "sanitizers take more address space than there is memory";

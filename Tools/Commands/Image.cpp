@@ -49,6 +49,9 @@ Json::Value encoded(const ImageFiles::Picture& picture, const std::string& compr
 template <class Image>
 ImageFiles::Picture copied(const Image& image, int channels) {
     ImageFiles::Picture picture(image.getHSize(), image.getVSize(), channels);
+    if (picture.values.empty()) {
+        return picture;  // where there are no columns, there may be 2^31 - 1 rows
+    }
     const std::size_t row = static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(channels);
     for (int y = 0; y < picture.height; ++y) {
         float* const to = picture.values.data() + static_cast<std::size_t>(y) * row;
