@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <mutex>
 
 #include "Common/Base64Portable.h"
 #include "DeviceManager/JsonDevice/ImageCodec/Kernels.h"
@@ -17,6 +18,25 @@ constexpr std::size_t pieceValues = 32 * 1024;
 // Fewer values than these are not worth a piece of an image that is encoded.
 constexpr std::size_t leastValues = 64 * 1024;
 constexpr std::size_t mostPieces = 32;
+
+/// Hands out the pieces of an image from both ends, each once.
+class TwoEnds {
+public:
+    explicit TwoEnds(std::size_t pieces) : back(pieces) {}
+    std::optional<std::size_t> first() {
+        const std::lock_guard guard(lock);
+        return front < back ? std::optional(front++) : std::nullopt;
+    }
+    std::optional<std::size_t> last() {
+        const std::lock_guard guard(lock);
+        return front < back ? std::optional(--back) : std::nullopt;
+    }
+
+private:
+    std::mutex lock;
+    std::size_t front = 0;
+    std::size_t back;
+};
 
 char* encodePixels(const ValueSource& source, std::size_t begin, std::size_t end, float limit,
                    RunState& state, char* out) {
@@ -44,7 +64,8 @@ struct EncodedPiece {
 /// it is.
 class Joiner {
 public:
-    explicit Joiner(char* out) : out(out) {}
+    /// Goes on behind a text that ends at `out`, but for the repeats of its last run.
+    Joiner(const RunState& open, char* out) : open(open), out(out) {}
 
     void add(const EncodedPiece& piece) {
         const char* begin = piece.begin;
@@ -89,26 +110,35 @@ private:
 }  // namespace
 
 std::size_t encodeRunLength(const ValueSource& source, float limit, char* text, std::size_t workers) {
-    // Two pieces for each of several workers, so that one that comes late finds less
-    // left; what comes behind the first piece's text has to be moved, so no more.
-    const std::size_t most = workers <= 1 ? 1 : std::min(2 * workers, mostPieces);
-    const std::size_t count = std::clamp<std::size_t>(source.values() / leastValues, 1, most);
+    const std::size_t count =
+        workers <= 1 ? 1 : std::clamp<std::size_t>(source.values() / leastValues, 1, mostPieces);
+    const auto beginOf = [&](std::size_t piece) { return source.pixels() * piece / count; };
+    // One worker goes on from the beginning, where nothing has to be moved afterwards;
+    // the others come towards it from the end, as far as they are there in time.
+    TwoEnds ends(count);
+    RunState state;
+    char* out = text;
     std::array<EncodedPiece, mostPieces> pieces;
-    forEachPiece(count, workers, [&](std::size_t piece) {
-        const std::size_t begin = source.pixels() * piece / count;
-        const std::size_t end = source.pixels() * (piece + 1) / count;
-        // Where it stands when nothing before it repeats: no piece is longer.
-        char* const at = text + runLengthCapacity(begin * source.valuesPerPixel());
-        RunState state;  // not in the array, of which other threads write the neighbours
-        char* const textEnd = encodePixels(source, begin, end, limit, state, at);
-        pieces[piece] = {at, textEnd, state};
+    forEachPiece(std::min(workers, count), workers, [&](std::size_t worker) {
+        if (worker == 0) {
+            while (const auto piece = ends.first()) {
+                out = encodePixels(source, beginOf(*piece), beginOf(*piece + 1), limit, state, out);
+            }
+            return;
+        }
+        while (const auto piece = ends.last()) {
+            // Where it stands when nothing before it repeats: no piece is longer.
+            char* const at = text + runLengthCapacity(beginOf(*piece) * source.valuesPerPixel());
+            RunState open;  // not in the array, of which other threads write the neighbours
+            char* const end = encodePixels(source, beginOf(*piece), beginOf(*piece + 1), limit, open, at);
+            pieces[*piece] = {at, end, open};
+        }
     });
-    if (source.values() == 0) {
-        return 0;
-    }
-    Joiner joiner(text);
-    for (std::size_t piece = 0; piece < count; ++piece) {
-        joiner.add(pieces[piece]);
+    Joiner joiner(state, out);
+    for (const EncodedPiece& piece : pieces) {
+        if (piece.begin != nullptr) {
+            joiner.add(piece);
+        }
     }
     return static_cast<std::size_t>(joiner.finish() - text);
 }
