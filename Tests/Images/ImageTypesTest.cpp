@@ -1,8 +1,12 @@
+#include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <limits>
 #include <memory>
 #include <random>
+#include <semaphore>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -12,11 +16,15 @@
 #include "Common/WideText.h"
 #include "Common/ZLibCompress.h"
 #include "DeviceManager/JsonDevice/Clock.h"
+#include "DeviceManager/JsonDevice/ImageCodec/Kernels.h"
+#include "DeviceManager/JsonDevice/ImageCodec/ParallelLoop.h"
+#include "DeviceManager/JsonDevice/ImageCodec/RunLength.h"
 #include "DeviceManager/JsonDevice/ImageTypes.h"
 #include "Platform/Devices/RasterGrayscaleImage.h"
 #include "Platform/Devices/RasterRGBImage.h"
 #include "Tests/Support/CapturedOutput.h"
 #include "Tests/Support/LogCapture.h"
+#include "Tests/Support/Memory.h"
 
 namespace JsonDevice {
 namespace {
@@ -202,6 +210,149 @@ TEST(GrayscaleImageJson, LargeImagesComeBackInEveryEncoding) {
     }
 }
 
+// ---- Threads
+
+/// Where the pixels of an image are read.
+class Readers {
+public:
+    enum class Others { MayCome, AreWaitedFor };
+    explicit Readers(Others others) : waits(others == Others::AreWaitedFor) {}
+
+    void note() {
+        if (std::this_thread::get_id() == caller) {
+            if (waits) {
+                waits = false;
+                came.try_acquire_for(std::chrono::seconds(20));
+            }
+        } else if (!others) {
+            others = true;
+            came.release();
+        }
+    }
+    /// Whether others than the thread that made this have been there.
+    bool haveOthers() const { return others; }
+
+private:
+    const std::thread::id caller = std::this_thread::get_id();
+    bool waits;
+    std::atomic<bool> others{false};
+    std::counting_semaphore<> came{0};
+};
+
+class WatchedGrayscale : public GrayscaleImage {
+public:
+    WatchedGrayscale(int h, int v, Readers& readers) : h(h), v(v), readers(readers) {}
+    int getHSize() const override { return h; }
+    int getVSize() const override { return v; }
+    float getCenterValue(int x, int) const override {
+        readers.note();
+        return static_cast<float>(x % 256) / 256;
+    }
+
+private:
+    int h;
+    int v;
+    Readers& readers;
+};
+
+class WatchedRGB : public RGBImage {
+public:
+    WatchedRGB(int h, int v, Readers& readers) : h(h), v(v), readers(readers) {}
+    int getHSize() const override { return h; }
+    int getVSize() const override { return v; }
+    void getCenterValue(int x, int, float& red, float& green, float& blue) const override {
+        readers.note();
+        red = green = blue = static_cast<float>(x % 256) / 256;
+    }
+
+private:
+    int h;
+    int v;
+    Readers& readers;
+};
+
+TEST(ImageJson, ASingleRowIsReadOnTheCallingThread) {
+    // Long enough for another thread to come in time if one were called.
+    constexpr int columns = 1 << 20;
+    for (const char* const compression : {"RLE", "none", "ZLIB"}) {
+        Readers readers(Readers::Others::MayCome);
+        toJson(WatchedGrayscale(columns, 1, readers), {{"compression", compression}});
+        EXPECT_FALSE(readers.haveOthers()) << compression;
+    }
+    Readers readers(Readers::Others::MayCome);
+    toJson(WatchedRGB(columns, 1, readers));
+    EXPECT_FALSE(readers.haveOthers());
+}
+
+TEST(ImageJson, SeveralLargeRowsAreReadOnSeveralThreads) {
+    if (ImageCodec::availableWorkers() < 2) {
+        GTEST_SKIP() << "there is only one thread";
+    }
+    constexpr int columns = 1 << 17;
+    for (const char* const compression : {"RLE", "none", "ZLIB"}) {
+        Readers readers(Readers::Others::AreWaitedFor);
+        toJson(WatchedGrayscale(columns, 2, readers), {{"compression", compression}});
+        EXPECT_TRUE(readers.haveOthers()) << compression;
+    }
+    Readers readers(Readers::Others::AreWaitedFor);
+    toJson(WatchedRGB(columns, 2, readers));
+    EXPECT_TRUE(readers.haveOthers());
+}
+
+class UnreadableGrayscale : public GrayscaleImage {
+public:
+    UnreadableGrayscale(int h, int v) : h(h), v(v) {}
+    int getHSize() const override { return h; }
+    int getVSize() const override { return v; }
+    float getCenterValue(int x, int y) const override {
+        ADD_FAILURE() << x << " " << y << " of " << h << " x " << v;
+        return 0;
+    }
+    const float* getCenterValues(int x, int y, int count, float* buffer) const override {
+        ADD_FAILURE() << count << " from " << x << " " << y << " on of " << h << " x " << v;
+        return std::fill_n(buffer, count, 0.0F) - count;
+    }
+
+private:
+    int h;
+    int v;
+};
+
+class UnreadableRGB : public RGBImage {
+public:
+    UnreadableRGB(int h, int v) : h(h), v(v) {}
+    int getHSize() const override { return h; }
+    int getVSize() const override { return v; }
+    void getCenterValue(int x, int y, float& red, float& green, float& blue) const override {
+        ADD_FAILURE() << x << " " << y << " of " << h << " x " << v;
+        red = green = blue = 0;
+    }
+    const float* getCenterValues(int x, int y, int count, float* buffer) const override {
+        ADD_FAILURE() << count << " from " << x << " " << y << " on of " << h << " x " << v;
+        return std::fill_n(buffer, 3 * count, 0.0F) - 3 * count;
+    }
+
+private:
+    int h;
+    int v;
+};
+
+TEST(ImageJson, NothingIsReadOfAnImageWithoutPixels) {
+    for (const auto& [h, v] :
+         {std::pair(0, 0), std::pair(0, 1), std::pair(1, 0), std::pair(0, 1 << 20), std::pair(1 << 20, 0)}) {
+        const UnreadableGrayscale image(h, v);
+        EXPECT_EQ(toJson(image), object(h, v, "RLE", ""));
+        EXPECT_EQ(toJson(image, {{"compression", "none"}}), object(h, v, "none", ""));
+        // Nothing does not shrink either.
+        const LogCapture log("JsonDevice.MarshalTypes");
+        Json::Value expected = object(h, v, "ZLIB", "");
+        expected.removeMember("raster");
+        EXPECT_EQ(toJson(image, {{"compression", "ZLIB"}}), expected);
+        EXPECT_EQ(log.lines(), std::vector<std::string>{"ERROR Unable to zlib compress image. Error: 3"});
+        EXPECT_EQ(toJson(UnreadableRGB(h, v)), object(h, v, nullptr, ""));
+    }
+}
+
 // ---- What is refused
 
 TEST(GrayscaleImageJson, NullIsNoImage) {
@@ -242,7 +393,12 @@ TEST(ImageJson, RefusesEveryOtherShape) {
     }
 }
 
+// A small part of what the smallest of the images refused would take.
+constexpr std::size_t littleMemory = 16 * Memory::megabyte;
+
 TEST(ImageJson, RefusesSizesBeyondTheCapWithoutSpendingMemory) {
+    const Memory::AddressSpaceLimit limit(4 * littleMemory);
+    const Memory::Growth growth;
     for (const char* const compression : {"RLE", "none", "ZLIB"}) {
         expectRefusal(object(2147483647, 2147483647, compression, "AAAA"), "GrayscaleImage");
         expectRefusal(object(1 << 15, (1 << 13) + 1, compression, "AAAA"), "GrayscaleImage");
@@ -252,6 +408,39 @@ TEST(ImageJson, RefusesSizesBeyondTheCapWithoutSpendingMemory) {
     expectRefusal(object(1 << 15, 1 << 13, "RLE", "AAAA"), "GrayscaleImage");
     expectRefusal(object(1 << 15, 1 << 13, "none", "AAAA"), "GrayscaleImage");
     expectRefusal(object(1 << 15, 1 << 13, nullptr, "AAAA"), "RGBImage");
+    EXPECT_LT(growth.peak(), littleMemory);
+}
+
+/// Rasters that hold nothing, begin well, or are whole, but far from filling the image.
+std::vector<Json::Value> tinyZlibRasters() {
+    std::vector<Json::Value> rasters;
+    const Json::Value whole = toJson(RasterGrayscaleImage(20, 20, nullptr), {{"compression", "ZLIB"}});
+    for (const std::string& raster : {std::string("AA"), std::string("eJw"), whole["raster"].asString()}) {
+        rasters.push_back(object(1 << 14, 1 << 14, "ZLIB", raster));
+    }
+    return rasters;
+}
+
+TEST(GrayscaleImageJson, ATinyZlibRasterOfAHugeImageUsesNextToNoMemory) {
+    const LogCapture log("Common.ZLibCompress");
+    const std::vector<Json::Value> rasters = tinyZlibRasters();
+    const Memory::Growth growth;
+    for (const Json::Value& raster : rasters) {
+        EXPECT_FALSE(grayscaleFrom(raster)) << raster.toStyledString();
+    }
+    EXPECT_LT(growth.peak(), littleMemory);
+}
+
+TEST(GrayscaleImageJson, ATinyZlibRasterOfAHugeImageAsksForNextToNoMemory) {
+    const LogCapture log("Common.ZLibCompress");
+    const std::vector<Json::Value> rasters = tinyZlibRasters();
+    const Memory::AddressSpaceLimit limit(4 * littleMemory);
+    if (!limit.isSet()) {
+        GTEST_SKIP() << "a sanitizer needs the address space";
+    }
+    for (const Json::Value& raster : rasters) {
+        EXPECT_FALSE(grayscaleFrom(raster)) << raster.toStyledString();
+    }
 }
 
 TEST(ImageJson, TheCapCanBeSet) {
@@ -346,6 +535,33 @@ TEST(RGBImageJson, ValuesAboveOneSurviveUpToTheLimit) {
     const Json::Value value = toJson(RasterRGBImage(2, 1, data, true));
     EXPECT_EQ(value["raster"], "wA+/AA/B+/AA");
     EXPECT_EQ(values(*rgbFrom(value)), (std::vector<float>{1.5F, 4031 / 2048.0F, 0, 0, 4031 / 2048.0F, 0}));
+}
+
+TEST(RGBImageJson, LargeImagesComeBack) {
+    // Large enough for several threads both ways: ramps, one value through many rows,
+    // and pixels that have one more value in common with the next.
+    RasterRGBImage image(1201, 703, nullptr, true);
+    float* value = image.getData();
+    for (int y = 0; y < 703; ++y) {
+        for (int x = 0; x < 1201; ++x) {
+            const bool ramp = x < 300 || y == 350;
+            for (int channel = 0; channel < 3; ++channel) {
+                const int level = ramp ? (x * y + channel * 5) % 4032 : (y < 400 || channel > 0 ? 2048 : y);
+                *value++ = static_cast<float>(level) / 2048;
+            }
+        }
+    }
+    const Json::Value written = toJson(image);
+    using RGBValues = ImageCodec::ImageValues<RGBImage, 3>;
+    const RGBValues source(image);
+    std::string expected(ImageCodec::runLengthCapacity(source.values()), '\0');
+    expected.resize(ImageCodec::encodeRunLength(source, ImageCodec::rgbLimit, expected.data(), 1));
+    EXPECT_TRUE(written["raster"].asString() == expected);
+    const auto read = rgbFrom(written);
+    ASSERT_TRUE(read);
+    ASSERT_EQ(read->getHSize(), 1201);
+    ASSERT_EQ(read->getVSize(), 703);
+    EXPECT_TRUE(values(*read) == values(image));
 }
 
 TEST(RGBImageJson, RefusesARasterThatIsTooShort) {

@@ -48,8 +48,9 @@ std::size_t usedMemory() {
 enum class Others { GoToo, Stay };
 
 /// What the host of a plugin does. The libraries that ours depend on go with
-/// them, or stay, as they do where the host uses them as well.
-void loadUseUnload(Others others) {
+/// them, or stay, as they do where the host uses them as well. `function` is what it
+/// calls of the plugin.
+void loadUseUnload(Others others, const char* function) {
     void* const plugin = dlopen(JSONDEVICE_PLUGIN, RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(plugin, nullptr) << dlerror();
     ASSERT_GE(loadedLibraries().size(), 4U);
@@ -60,17 +61,17 @@ void loadUseUnload(Others others) {
             }
         }
     }
-    const auto useLibrary = reinterpret_cast<const char* (*)()>(dlsym(plugin, "useLibrary"));
-    ASSERT_NE(useLibrary, nullptr);
-    ASSERT_STREQ(useLibrary(), "");
+    const auto use = reinterpret_cast<const char* (*)()>(dlsym(plugin, function));
+    ASSERT_NE(use, nullptr);
+    ASSERT_STREQ(use(), "");
     ASSERT_EQ(dlclose(plugin), 0);
     ASSERT_EQ(loadedLibraries(), std::vector<std::string>());
     ASSERT_EQ(dlopen(JSONDEVICE_PLUGIN, RTLD_NOW | RTLD_NOLOAD), nullptr);
 }
 
-void repeat(int times, Others others) {
+void repeat(int times, Others others, const char* function = "useLibrary") {
     for (int round = 0; round < times && !testing::Test::HasFatalFailure(); ++round) {
-        loadUseUnload(others);
+        loadUseUnload(others, function);
     }
 }
 
@@ -91,6 +92,12 @@ TEST(Unload, LeavesNoLibraryThreadOrDescriptor) {
     repeat(rounds, Others::GoToo);
     expectThreads(threads);
     EXPECT_EQ(entries("/proc/self/fd"), descriptors);
+}
+
+TEST(Unload, LeavesNoThreadThatOnlyDecoded) {
+    const std::ptrdiff_t threads = entries("/proc/self/task");
+    repeat(rounds, Others::GoToo, "decodeImage");
+    expectThreads(threads);
 }
 
 TEST(Unload, LeavesNoMemory) {
