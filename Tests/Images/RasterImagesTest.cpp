@@ -3,6 +3,7 @@
 #include <fstream>
 #include <iterator>
 #include <limits>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,7 @@
 #include "Common/Exceptions.h"
 #include "Platform/Devices/RasterGrayscaleImage.h"
 #include "Platform/Devices/RasterRGBImage.h"
+#include "Tests/Support/Memory.h"
 
 namespace {
 
@@ -21,6 +23,28 @@ public:
     int getVSize() const override { return 2; }
     float getCenterValue(int x, int y) const override { return static_cast<float>(10 * y + x); }
 };
+
+template <class Image>
+void expectToSurvive(Image& small, const Image& large) {
+    const int h = small.getHSize();
+    const int v = small.getVSize();
+    const Memory::AddressSpaceLimit limit(Memory::megabyte);
+    if (!limit.isSet()) {
+        GTEST_SKIP() << "a sanitizer needs the address space";
+    }
+    EXPECT_THROW(small = large, std::bad_alloc);
+    EXPECT_EQ(small.getHSize(), h);
+    EXPECT_EQ(small.getVSize(), v);
+}
+
+TEST(RasterImages, AnAssignmentForWhichMemoryRunsOutChangesNothing) {
+    RasterGrayscaleImage gray(3, 2, nullptr);
+    gray.setValue(2, 1, 0.25F);
+    expectToSurvive(gray, RasterGrayscaleImage(4096, 4096, nullptr));
+    EXPECT_EQ(gray.getCenterValue(2, 1), 0.25F);
+    RasterRGBImage colour(3, 2, nullptr, true);
+    expectToSurvive(colour, RasterRGBImage(4096, 1024, nullptr, true));
+}
 
 TEST(RasterGrayscaleImage, StartsBlackAndKeepsWhatIsSet) {
     RasterGrayscaleImage image(3, 2, nullptr);
