@@ -35,13 +35,14 @@ void compareSteps(Bytes& stream, const Inflated& atOnce, unsigned long step) {
     unsigned long length = untouched;
     unsigned long there = 0;
     bool last = false;
+    const auto arrived = [&](unsigned long n) {
+        // A whole step each time but the last.
+        require(!last && n >= there && n <= there + step);
+        last = n < there + step;
+        there = n;
+    };
     const auto error = ZLibCompress::zLibInflateInSteps(stream.data(), stream.size(), bytes.data(),
-                                                        bytes.size(), length, step, [&](unsigned long n) {
-                                                            // A whole step each time but the last.
-                                                            require(!last && n >= there && n <= there + step);
-                                                            last = n < there + step;
-                                                            there = n;
-                                                        });
+                                                        bytes.size(), length, step, arrived);
     require(error == atOnce.error && length == atOnce.length);
     require(error != ZLibCompress::NoError || there == length);
     require(

@@ -538,8 +538,8 @@ TEST(RGBImageJson, ValuesAboveOneSurviveUpToTheLimit) {
 }
 
 TEST(RGBImageJson, LargeImagesComeBack) {
-    // Large enough for several threads both ways: ramps, one value through many rows,
-    // and pixels that have one more value in common with the next.
+    // Large enough for several threads both ways: ramps, white through many rows, then
+    // another red in each row.
     RasterRGBImage image(1201, 703, nullptr, true);
     float* value = image.getData();
     for (int y = 0; y < 703; ++y) {
