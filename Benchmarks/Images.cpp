@@ -330,8 +330,8 @@ int main(int argc, char** argv) {
               }}},
             rounds);
 
-    // The marshaller's steps around zlib; a few rounds are enough for what takes so long.
-    const int fewRounds = std::max(1, rounds / 6);
+    // The marshaller's steps around zlib; half the rounds are enough for what takes so long.
+    const int fewRounds = std::max(1, rounds / 2);
     for (const std::string content : {"blend", "uniform"}) {
         if (("ZLIB decode, " + content + "ZLIB encode, " + content).find(selected) == std::string::npos) {
             continue;
