@@ -13,7 +13,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -32,6 +31,7 @@
 #include "Platform/Devices/RasterGrayscaleImage.h"
 #include "Platform/Transport/Connector.h"
 #include "Platform/Transport/TcpCommunicator.h"
+#include "Tests/Support/Memory.h"
 
 namespace {
 
@@ -119,24 +119,6 @@ std::unique_ptr<RasterGrayscaleImage> makeMap(Value value) {
     return map;
 }
 
-/// Of this process, in bytes; the peak since it was last reset.
-std::size_t memory(const char* name) {
-    std::ifstream status("/proc/self/status");
-    for (std::string word; status >> word;) {
-        if (word == name) {
-            std::size_t kilobytes = 0;
-            status >> kilobytes;
-            return kilobytes * 1024;
-        }
-    }
-    return 0;
-}
-
-bool resetPeak() {
-    std::ofstream clear("/proc/self/clear_refs");
-    return static_cast<bool>(clear << "5" << std::flush);
-}
-
 double median(std::vector<double> values) {
     std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2),
                      values.end());
@@ -192,10 +174,9 @@ int main(int argc, char** argv) {
             std::exit(1);
         }
     };
-    const bool peakKnown = resetPeak();
-    const std::size_t before = memory("VmRSS:");
+    const Memory::Growth growth;
     saveAll();
-    const std::size_t peak = memory("VmHWM:") - before;
+    const std::size_t peak = growth.peak();
     const auto length = static_cast<std::size_t>(communicator.getState().bytesSent);
 
     TcpCommunicator plain(plainDevice.getAddress());
@@ -240,7 +221,7 @@ int main(int argc, char** argv) {
     row("reading the floats and sending the text", least);
     row("saveAll", full);
     std::printf("%-44s %10.2f\n", "ratio", median(ratios));
-    if (peakKnown) {
+    if (growth.isWhole()) {
         std::printf("%-44s %10.2f of the text\n", "peak memory of the first saveAll",
                     static_cast<double>(peak) / static_cast<double>(length));
     }

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <limits>
 #include <random>
 #include <string>
@@ -18,29 +17,18 @@
 
 #include "ImageFiles/ImageFile.h"
 #include "Platform/Devices/RasterGrayscaleImage.h"
+#include "Tests/Support/TemporaryFolder.h"
 
 namespace ImageFiles {
 namespace {
 
 class ImageFile : public testing::Test {
 protected:
-    ImageFile() {
-        const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
-        folder = std::filesystem::path(testing::TempDir()) / (std::string("image-file-") + test->name());
-        std::filesystem::create_directories(folder);
-    }
-    ~ImageFile() override { std::filesystem::remove_all(folder); }
+    static std::string content(const std::filesystem::path& path) { return TemporaryFolder::content(path); }
+    std::size_t filesInFolder() const { return temporary.entries(); }
 
-    static std::string content(const std::filesystem::path& path) {
-        std::ifstream file(path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(file), {});
-    }
-
-    std::size_t filesInFolder() const {
-        return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
-    }
-
-    std::filesystem::path folder;
+    const TemporaryFolder temporary;
+    const std::filesystem::path folder = temporary.path();
 };
 
 /// As on a full disk, no file grows beyond so many bytes.

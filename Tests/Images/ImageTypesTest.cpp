@@ -271,32 +271,29 @@ private:
     Readers& readers;
 };
 
+/// Encodes images of that size in every encoding, and expects other threads to read them, or none.
+void expectOthers(bool expected, int columns, int rows) {
+    const auto others = expected ? Readers::Others::AreWaitedFor : Readers::Others::MayCome;
+    for (const char* const compression : {"RLE", "none", "ZLIB"}) {
+        Readers readers(others);
+        toJson(WatchedGrayscale(columns, rows, readers), {{"compression", compression}});
+        EXPECT_EQ(readers.haveOthers(), expected) << compression;
+    }
+    Readers readers(others);
+    toJson(WatchedRGB(columns, rows, readers));
+    EXPECT_EQ(readers.haveOthers(), expected) << "RGB";
+}
+
 TEST(ImageJson, ASingleRowIsReadOnTheCallingThread) {
     // Long enough for another thread to come in time if one were called.
-    constexpr int columns = 1 << 20;
-    for (const char* const compression : {"RLE", "none", "ZLIB"}) {
-        Readers readers(Readers::Others::MayCome);
-        toJson(WatchedGrayscale(columns, 1, readers), {{"compression", compression}});
-        EXPECT_FALSE(readers.haveOthers()) << compression;
-    }
-    Readers readers(Readers::Others::MayCome);
-    toJson(WatchedRGB(columns, 1, readers));
-    EXPECT_FALSE(readers.haveOthers());
+    expectOthers(false, 1 << 20, 1);
 }
 
 TEST(ImageJson, SeveralLargeRowsAreReadOnSeveralThreads) {
     if (ImageCodec::availableWorkers() < 2) {
         GTEST_SKIP() << "there is only one thread";
     }
-    constexpr int columns = 1 << 17;
-    for (const char* const compression : {"RLE", "none", "ZLIB"}) {
-        Readers readers(Readers::Others::AreWaitedFor);
-        toJson(WatchedGrayscale(columns, 2, readers), {{"compression", compression}});
-        EXPECT_TRUE(readers.haveOthers()) << compression;
-    }
-    Readers readers(Readers::Others::AreWaitedFor);
-    toJson(WatchedRGB(columns, 2, readers));
-    EXPECT_TRUE(readers.haveOthers());
+    expectOthers(true, 1 << 17, 2);
 }
 
 class UnreadableGrayscale : public GrayscaleImage {

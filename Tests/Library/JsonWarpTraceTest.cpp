@@ -12,6 +12,7 @@
 #include "Tests/Library/GeometryProxies.h"
 #include "Tests/Support/LogCapture.h"
 #include "Tests/Support/ScriptedCommunicator.h"
+#include "Tests/Support/TemporaryFolder.h"
 
 namespace {
 
@@ -19,23 +20,13 @@ namespace fs = std::filesystem;
 using JsonDevice::JsonWarp;
 
 /// A folder of its own as the current one, removed at the end.
-class TemporaryFolder {
+class CurrentFolder {
 public:
-    TemporaryFolder() : former(fs::current_path()) {
-        std::string name = (fs::temp_directory_path() / "jsondevice-XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr) {
-            throw std::runtime_error("no temporary folder");
-        }
-        folder = name;
-        fs::current_path(folder);
-    }
-    ~TemporaryFolder() {
-        fs::current_path(former);
-        fs::remove_all(folder);
-    }
+    CurrentFolder() : former(fs::current_path()) { fs::current_path(temporary.path()); }
+    ~CurrentFolder() { fs::current_path(former); }
     std::vector<std::string> files() const {
         std::vector<std::string> names;
-        for (const auto& entry : fs::directory_iterator(folder)) {
+        for (const auto& entry : fs::directory_iterator(temporary.path())) {
             names.push_back(entry.path().filename().string());
         }
         std::sort(names.begin(), names.end());
@@ -43,8 +34,8 @@ public:
     }
 
 private:
+    const TemporaryFolder temporary;
     fs::path former;
-    fs::path folder;
 };
 
 class Projector : public Device {
@@ -80,7 +71,7 @@ int saveAll(JsonWarp& warp, BlendProxy* mask, BlendProxy* screenMask, BlendProxy
 }
 
 TEST(JsonWarpTrace, WritesTheFourMapsUnderTheirNames) {
-    const TemporaryFolder folder;
+    const CurrentFolder folder;
     const LogCapture trace("DeviceManager.JsonDevice.JsonWarp");
     ScriptedCommunicator device;
     Projector projector(device);
@@ -102,7 +93,7 @@ TEST(JsonWarpTrace, WritesTheFourMapsUnderTheirNames) {
 }
 
 TEST(JsonWarpTrace, SkipsWhatIsMissing) {
-    const TemporaryFolder folder;
+    const CurrentFolder folder;
     const LogCapture trace("DeviceManager.JsonDevice.JsonWarp");
     ScriptedCommunicator device;
     Projector projector(device);
@@ -115,7 +106,7 @@ TEST(JsonWarpTrace, SkipsWhatIsMissing) {
 }
 
 TEST(JsonWarpTrace, WritesNothingWithoutADevice) {
-    const TemporaryFolder folder;
+    const CurrentFolder folder;
     const LogCapture trace("DeviceManager.JsonDevice.JsonWarp");
     ScriptedCommunicator device;
     JsonWarp warp(&device);
@@ -126,7 +117,7 @@ TEST(JsonWarpTrace, WritesNothingWithoutADevice) {
 }
 
 TEST(JsonWarpTrace, WritesNothingWhenTraceIsOffOrOnAPreview) {
-    const TemporaryFolder folder;
+    const CurrentFolder folder;
     ScriptedCommunicator device;
     Projector projector(device);
     JsonWarp warp(&projector);

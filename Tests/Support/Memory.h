@@ -32,14 +32,16 @@ public:
         const std::size_t most = status("VmHWM:");
         return most > before ? most - before : 0;
     }
+    /// Whether that is all; otherwise it is what goes beyond an earlier peak.
+    bool isWhole() const { return wasReset; }
 
 private:
     static bool resetPeak() {
         std::ofstream file("/proc/self/clear_refs");
         return static_cast<bool>(file << "5" << std::flush);
     }
-    // Where the peak cannot be reset, growth is what goes beyond an earlier one.
-    std::size_t before = status(resetPeak() ? "VmRSS:" : "VmHWM:");
+    bool wasReset = resetPeak();
+    std::size_t before = status(wasReset ? "VmRSS:" : "VmHWM:");
 };
 
 /// During its lifetime the process gets only so much address space beyond what it

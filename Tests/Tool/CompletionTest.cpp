@@ -11,6 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "Tests/Support/TemporaryFolder.h"
 #include "Tools/Commands/AllCommands.h"
 #include "Tools/Completion.h"
 #include "Tools/Pages.h"
@@ -82,12 +83,6 @@ TEST(Completion, ValuesMethodsAndFiles) {
 /// What a shell prints that runs the script with this tool in its path.
 class Shells : public testing::Test {
 protected:
-    Shells() {
-        std::string pattern = testing::TempDir() + "completion-XXXXXX";
-        folder = ::mkdtemp(pattern.data());
-    }
-    ~Shells() override { std::filesystem::remove_all(folder); }
-
     static bool has(const std::string& program) {
         return std::system(("command -v " + program + " >/dev/null 2>&1").c_str()) == 0;
     }
@@ -108,7 +103,8 @@ protected:
         return output;
     }
 
-    std::string folder;
+    const TemporaryFolder temporary;
+    const std::string folder = temporary.path().string();
 };
 
 TEST_F(Shells, Bash) {

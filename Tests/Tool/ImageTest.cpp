@@ -8,6 +8,7 @@
 #include <json/value.h>
 
 #include "ImageFiles/ImageFile.h"
+#include "Tests/Support/TemporaryFolder.h"
 #include "Tests/Tool/Document.h"
 #include "Tests/Tool/Process.h"
 
@@ -18,13 +19,6 @@ using testing::HasSubstr;
 
 class ImageCommand : public testing::Test {
 protected:
-    ImageCommand() {
-        const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
-        folder = std::filesystem::path(testing::TempDir()) / (std::string("image-command-") + test->name());
-        std::filesystem::create_directories(folder);
-    }
-    ~ImageCommand() override { std::filesystem::remove_all(folder); }
-
     struct Ended {
         int status;
         std::string output;
@@ -58,7 +52,8 @@ protected:
         return path("example.pfm");
     }
 
-    std::filesystem::path folder;
+    const TemporaryFolder temporary;
+    const std::filesystem::path folder = temporary.path();
 };
 
 TEST_F(ImageCommand, PrintsAPictureInEveryEncoding) {

@@ -1,11 +1,10 @@
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "Tests/Support/TemporaryFolder.h"
 #include "Tools/Failure.h"
 #include "Tools/OutputFiles.h"
 
@@ -14,23 +13,12 @@ namespace {
 
 class OutputFiles : public testing::Test {
 protected:
-    OutputFiles() {
-        const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
-        folder = std::filesystem::path(testing::TempDir()) / (std::string("output-files-") + test->name());
-        std::filesystem::create_directories(folder);
-    }
-    ~OutputFiles() override { std::filesystem::remove_all(folder); }
-
     std::string path(const char* name) const { return (folder / name).string(); }
-    std::string content(const char* name) const {
-        std::ifstream file(folder / name, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(file), {});
-    }
-    std::size_t files() const {
-        return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
-    }
+    std::string content(const char* name) const { return TemporaryFolder::content(folder / name); }
+    std::size_t files() const { return temporary.entries(); }
 
-    std::filesystem::path folder;
+    const TemporaryFolder temporary;
+    const std::filesystem::path folder = temporary.path();
 };
 
 TEST_F(OutputFiles, AreReplacedAndKeepTheirModes) {

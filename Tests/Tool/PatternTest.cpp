@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -16,6 +15,7 @@
 #include "DeviceManager/JsonDevice/JsonText.h"
 #include "ImageFiles/ImageFile.h"
 #include "Tests/Support/TcpPeer.h"
+#include "Tests/Support/TemporaryFolder.h"
 #include "Tests/Tool/Document.h"
 #include "Tests/Tool/Process.h"
 
@@ -34,12 +34,6 @@ const Colour green(0, 255, 0);
 
 class ToolPattern : public testing::Test {
 protected:
-    ToolPattern() {
-        std::string name = testing::TempDir() + "pattern-XXXXXX";
-        folder = ::mkdtemp(name.data());
-    }
-    ~ToolPattern() override { std::filesystem::remove_all(folder); }
-
     std::string path(const std::string& name) const { return folder + "/" + name; }
     std::string write(const std::string& name, const std::string& content) const {
         std::ofstream(path(name), std::ios::binary) << content;
@@ -57,7 +51,8 @@ protected:
         return {status, process.output(), process.errors()};
     }
 
-    std::string folder;
+    const TemporaryFolder temporary;
+    const std::string folder = temporary.path().string();
 };
 
 class ToolPatternOnWall : public ToolPattern {

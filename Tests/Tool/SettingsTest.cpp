@@ -1,6 +1,5 @@
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -11,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "Tests/Support/TemporaryFolder.h"
 #include "Tests/Tool/Document.h"
 #include "Tests/Tool/Process.h"
 #include "Tools/Settings.h"
@@ -29,12 +29,6 @@ std::string fileText(const std::string& path) {
 /// The commands for settings, against simulated projectors.
 class ToolSettings : public testing::Test {
 protected:
-    ToolSettings() {
-        std::string pattern = testing::TempDir() + "settings-XXXXXX";
-        folder = ::mkdtemp(pattern.data());
-    }
-    ~ToolSettings() override { std::filesystem::remove_all(folder); }
-
     struct Projector {
         std::unique_ptr<Process> process;
         std::string address;
@@ -60,7 +54,8 @@ protected:
     Ended run(const std::vector<std::string>& arguments) const { return runOn(simulator.address, arguments); }
     std::string path(const std::string& name) const { return folder + "/" + name; }
 
-    std::string folder;
+    const TemporaryFolder temporary;
+    const std::string folder = temporary.path().string();
     Projector simulator = start();
 };
 
